@@ -1,0 +1,20 @@
+# Fails unless every dynamic symbol that LIBRARY defines belongs to an exported
+# function family or to the class VM_ObjectInterface.
+execute_process(COMMAND nm -D --defined-only -C ${LIBRARY} OUTPUT_VARIABLE symbols RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "nm failed on ${LIBRARY}")
+endif()
+string(REPLACE "\n" ";" lines "${symbols}")
+set(count 0)
+foreach(line IN LISTS lines)
+  if(line STREQUAL "")
+    continue()
+  endif()
+  string(REGEX REPLACE "^[0-9a-fA-F]* +[A-Za-z] +" "" name "${line}")
+  if(NOT name MATCHES "^(Helper_|VM_|QuadTree_|FindPath_|Timer_)" AND NOT name MATCHES "VM_ObjectInterface"
+     AND NOT name MATCHES "^(_init|_fini)$")
+    message(FATAL_ERROR "unexpected exported symbol: ${name}")
+  endif()
+  math(EXPR count "${count} + 1")
+endforeach()
+message(STATUS "${count} exported symbols, all of the families")

@@ -1,0 +1,20 @@
+// The registry of live machines: three parallel object lists, set up by
+// VM_init and deleted by VM_exit. `machines` is sorted by machine address;
+// for each machine, `helperRows` holds a KX_VoidPtrArray of its object helpers
+// and `hostObjectRows` a KX_VoidPtrArray of the host objects they stand for,
+// index for index.
+#pragma once
+
+#include "foundation/KX_ObjectArray.h"
+#include "vm/KX_VirtualMachine.h"
+
+struct KX_VMRegistry {
+  KX_ObjectArray* machines = nullptr;
+  KX_ObjectArray* helperRows = nullptr;
+  KX_ObjectArray* hostObjectRows = nullptr;
+
+  // Index of a registered machine, or -1; any pointer may be asked about.
+  int find(const void* machine) const { return KX_findByAddress(*machines, machine); }
+};
+
+extern KX_VMRegistry vmRegistry;
