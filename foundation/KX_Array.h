@@ -191,14 +191,8 @@ class KX_Array : public KX_Base {
     int low = 0;
     int high = count - 1;
     while (low <= high) {
-      int middle = low + ((high - low) >> 1);
-      const T& element = at(middle);
-      if (Comparator::isEqual(value, element)) return middle;
-      if (Comparator::isLess(value, element)) {
-        high = middle - 1;
-      } else {
-        low = middle + 1;
-      }
+      int found = halveRange(value, low, high);
+      if (found >= 0) return found;
     }
     return -1;
   }
@@ -210,14 +204,8 @@ class KX_Array : public KX_Base {
     int low = 0;
     int high = count - 1;
     while (low < high) {
-      int middle = low + ((high - low) >> 1);
-      const T& element = at(middle);
-      if (Comparator::isEqual(value, element)) return middle;
-      if (Comparator::isLess(value, element)) {
-        high = middle - 1;
-      } else {
-        low = middle + 1;
-      }
+      int found = halveRange(value, low, high);
+      if (found >= 0) return found;
     }
     return Comparator::isLess(value, at(low)) ? low : low + 1;
   }
@@ -292,6 +280,21 @@ class KX_Array : public KX_Base {
   static void freeBlock(T* block) {
     if (block != nullptr) KX_freeMemoryBlock(block);
   }
+  // One step of the binary searches, with the searched value as the left
+  // operand: the index of an equal middle element, or -1 after narrowing
+  // [low, high] to the half that can hold the value.
+  int halveRange(const T& value, int& low, int& high) const {
+    int middle = low + ((high - low) >> 1);
+    const T& element = at(middle);
+    if (Comparator::isEqual(value, element)) return middle;
+    if (Comparator::isLess(value, element)) {
+      high = middle - 1;
+    } else {
+      low = middle + 1;
+    }
+    return -1;
+  }
+
   static void setZero(T* elements, int index) { std::memset(static_cast<void*>(elements + index), 0, sizeof(T)); }
 
   // Moves an owned heap block's elements into storage of the (already
