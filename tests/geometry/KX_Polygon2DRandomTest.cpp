@@ -1,0 +1,87 @@
+// Random simple polygons of both windings against computations in doubles:
+// orientation, convexity, triangulation area and containment.
+#include <gtest/gtest.h>
+
+#include "PolygonTestSupport.h"
+
+namespace {
+
+struct RandomPolygons : ::testing::Test {
+  std::mt19937 random{20261123};
+
+  // Calls check on a star-shaped polygon and on its reverse, for convex
+  // (equal radii) and concave ones of 4 to 60 vertices.
+  template <class Check>
+  void forEachPolygon(int polygons, Check&& check) {
+    std::uniform_int_distribution<int> vertexCount(4, 60);
+    for (int i = 0; i < polygons; ++i) {
+      bool convex = i % 4 == 0;
+      KX_Polygon2D polygon;
+      makeStarPolygon(polygon, random, vertexCount(random), 10, -5, convex ? 8.0f : 1.0f, 8.0f);
+      check(polygon, convex, i);
+      polygon.reverse();
+      check(polygon, convex, i);
+    }
+  }
+};
+
+TEST_F(RandomPolygons, OrientationAndConvexityMatchTheAreaAndTheCornerSigns) {
+  forEachPolygon(400, [](KX_Polygon2D& polygon, bool convex, int i) {
+    double area = signedArea(polygon);
+    EXPECT_EQ(polygon.isCounterClockwise(), area >= 0) << i;
+    int n = polygon.getCount();
+    bool left = false, right = false;
+    for (int k = 0; k < n; ++k) {
+      const KX_Point2D& p = polygon.at(k);
+      const KX_Point2D& q = polygon.at((k + 1) % n);
+      const KX_Point2D& r = polygon.at((k + 2) % n);
+      double turn = (double(q.x) - p.x) * (double(r.y) - p.y) - (double(q.y) - p.y) * (double(r.x) - p.x);
+      left = left || turn > 1e-9;
+      right = right || turn < -1e-9;
+    }
+    EXPECT_EQ(polygon.isConvex(), !(left && right)) << i;
+    if (convex) {
+      EXPECT_TRUE(polygon.isConvex()) << i;
+    }
+  });
+}
+
+TEST_F(RandomPolygons, TriangulationCoversTheAreaWithTrianglesOfThePolygonsWinding) {
+  forEachPolygon(400, [](KX_Polygon2D& polygon, bool, int i) {
+    KX_IntArray triangles;
+    polygon.triangulate(triangles);
+    int n = polygon.getCount();
+    ASSERT_EQ(triangles.getCount(), 3 * (n - 2)) << i;
+    double area = signedArea(polygon);
+    EXPECT_NEAR(triangleArea(polygon, triangles), std::fabs(area), 1e-4 * std::fabs(area)) << i;
+    // Each triangle turns as the polygon does, and uses each index in range.
+    for (int t = 0; t < triangles.getCount(); t += 3) {
+      for (int k = 0; k < 3; ++k) ASSERT_TRUE(triangles.at(t + k) >= 0 && triangles.at(t + k) < n) << i;
+      const KX_Point2D& a = polygon.at(triangles.at(t));
+      const KX_Point2D& b = polygon.at(triangles.at(t + 1));
+      const KX_Point2D& c = polygon.at(triangles.at(t + 2));
+      double turn = (double(b.x) - a.x) * (double(c.y) - a.y) - (double(b.y) - a.y) * (double(c.x) - a.x);
+      EXPECT_GE(area >= 0 ? turn : -turn, 0.0) << i << " triangle " << t / 3;
+    }
+  });
+}
+
+TEST_F(RandomPolygons, ContainmentAwayFromEdgesMatchesTheCrossingNumber) {
+  std::uniform_real_distribution<float> coordinate(-0.5f, 1.0f);
+  std::mt19937& pointRandom = random;
+  int inside = 0, outside = 0;
+  forEachPolygon(300, [&](KX_Polygon2D& polygon, bool, int i) {
+    for (int k = 0; k < 100; ++k) {
+      KX_Point2D point{10 + 18 * coordinate(pointRandom), -5 + 18 * coordinate(pointRandom)};
+      if (distanceToOutline(polygon, point.x, point.y) < 1e-3) continue;
+      bool expected = crossingNumberContains(polygon, point.x, point.y);
+      ASSERT_EQ(polygon.contains(point), expected) << i << " at " << point.x << ", " << point.y;
+      (expected ? inside : outside) += 1;
+    }
+  });
+  // Both answers were asked for often enough to matter.
+  EXPECT_GT(inside, 5000);
+  EXPECT_GT(outside, 5000);
+}
+
+}  // namespace
