@@ -43,7 +43,8 @@ class KX_Polygon2D : public KX_PointSet2D {
   void resize(int n);
   void clear();
 
-  // By the sign of the area; fewer than 3 points, or an area of exactly zero,
+  // By the sign of the summed corner turns (not always the sign of the area on
+  // deep concave outlines); fewer than 3 points, or a sum of exactly zero,
   // count as counter-clockwise.
   bool isCounterClockwise();
   // No corner turns left while another turns right; straight corners don't count.
@@ -85,5 +86,5 @@ class KX_Polygon2D : public KX_PointSet2D {
   // The flags bits that removing points leaves valid.
   void pointsRemoved();
   bool triangleClaims(int a, int b, int c, const KX_Point2D& point, bool counterClockwiseOrder) const;
-  bool isEar(const KX_IntArray& remaining, int aPosition, int cPosition, bool counterClockwiseOrder) const;
+  bool isEar(const KX_IntArray& remaining, int aPosition, int cPosition) const;
 };
