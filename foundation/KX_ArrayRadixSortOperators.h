@@ -76,17 +76,21 @@ void sortByBits(T* elements, T* scratch, int n, int* indices, int* indexScratch)
   int* indexSource = indices;
   int* indexTarget = indexScratch;
   for (int bit = 0; bit < kBits; ++bit) {
-    T* cursor[2] = {target, target + (n - setCount)};
-    int* indexCursor[2] = {indexTarget, indexTarget + (n - setCount)};
+    // Both write positions stay in registers; the place is chosen without a branch.
+    int clearPosition = 0;
+    int setPosition = n - setCount;
     int nextSetCount = 0;
     for (int i = 0; i < n; ++i) {
       const T value = source[i];
       const Key key = static_cast<Key>(keyOf(value) >> bit);
-      const unsigned side = static_cast<unsigned>(key & 1u);
+      const int isSet = static_cast<int>(key & 1u);
       // Shifted in two steps so that the last bit never shifts by the full width.
       nextSetCount += static_cast<int>((key >> 1) & 1u);
-      *cursor[side]++ = value;
-      if constexpr (withIndices) *indexCursor[side]++ = indexSource[i];
+      const int place = isSet ? setPosition : clearPosition;
+      target[place] = value;
+      if constexpr (withIndices) indexTarget[place] = indexSource[i];
+      setPosition += isSet;
+      clearPosition += 1 - isSet;
     }
     setCount = nextSetCount;
     T* swapped = source;
