@@ -28,23 +28,23 @@ class KX_DateTime : public KX_Base {
            second == o.second && microseconds == o.microseconds;
   }
 
-  void setDate(int16_t newDay, int16_t newMonth, int16_t newYear) {
+  void setDate(std::int16_t newDay, std::int16_t newMonth, std::int16_t newYear) {
     day = newDay;
     month = newMonth;
     year = newYear;
   }
-  void setTime(int16_t newHour, int16_t newMinute, int16_t newSecond, int newMicroseconds) {
+  void setTime(std::int16_t newHour, std::int16_t newMinute, std::int16_t newSecond, int newMicroseconds) {
     hour = newHour;
     minute = newMinute;
     second = newSecond;
     microseconds = newMicroseconds;
   }
 
-  int16_t day = 0;
-  int16_t month = 0;
-  int16_t year = 0;
-  int16_t hour = 0;
-  int16_t minute = 0;
-  int16_t second = 0;
+  std::int16_t day = 0;
+  std::int16_t month = 0;
+  std::int16_t year = 0;
+  std::int16_t hour = 0;
+  std::int16_t minute = 0;
+  std::int16_t second = 0;
   int microseconds = 0;
 };

@@ -34,6 +34,7 @@ class KX_String : public KX_CharArray {
   int compareText(const char* other) const;
 
   // Replaces the contents by the formatted text (see KX_StringFormatter.h).
+  // The string is emptied first, so no argument may point into its own text.
   void format(const char* text, ...);
   void formatList(const char* text, va_list arguments);
 
