@@ -1,0 +1,3 @@
+#include "foundation/KX_StringFormatSettings.h"
+
+const KX_StringFormatSettings stringFormatSettings;
