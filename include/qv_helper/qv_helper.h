@@ -78,3 +78,87 @@ QV_API void VM_stop(void* machine);
 /// \param machine [in] a live machine handle.
 /// \return whether the machine is running (it has not halted, stopped or failed).
 QV_API bool VM_isRunning(void* machine);
+
+// ---------------------------------------------------------------------------
+// Timer_: the game clock, with stopwatches (snapshots) and polled periodic
+// events.
+//
+// There is one timer. Game seconds pass speedFactor times as fast as real
+// seconds and stand still while the timer is paused. Snapshots and events are
+// numbered separately, each from 1; the lowest id that was freed is given out
+// first, and deleting one never changes the ids of the others. Ids are not
+// checked: pass only ids the create functions returned that have not been
+// deleted since, nor returned before a Timer_reset. All times are in game
+// seconds, counted from the creation of the snapshot or event. Every Timer_
+// function but Timer_init needs the timer to exist.
+
+/// Creates the timer: running, at speed 1.0, with no snapshots or events.
+/// Call once before any other Timer_ function (and again only after Timer_exit).
+QV_API void Timer_init();
+
+/// Deletes the timer, if there is one, with all its snapshots and events.
+/// Afterwards only Timer_init may be called.
+QV_API void Timer_exit();
+
+/// Deletes all snapshots and events and ends a pause; the speed factor stays.
+/// The next ids are 1 again.
+QV_API void Timer_reset();
+
+/// Stops game time. Does nothing if the timer is already paused, so a second
+/// call does not move the start of the pause.
+QV_API void Timer_pause();
+
+/// Lets game time run on from where it stood. Does nothing if not paused; one
+/// call ends the pause however often Timer_pause was called.
+QV_API void Timer_unpause();
+
+/// Changes the speed of game time from now on. Game time gathered so far is
+/// kept, so snapshots and events go on without a jump; a pause stays in force.
+/// \param factor [in] game seconds per real second. 0 stops game time without
+///        a pause; a negative factor runs it backwards, and then no event
+///        triggers. Passing the current factor changes nothing.
+QV_API void Timer_setSpeedFactor(float factor);
+
+/// Creates a periodic event at game time 0. Events don't fire by themselves:
+/// the host polls them with Timer_isEventTriggered.
+/// \param interval [in] period in game seconds; should be above 0 (an interval
+///        of 0 never triggers). Not checked.
+/// \return the event's id, 1 or more.
+QV_API int Timer_createEvent(float interval);
+
+/// Deletes an event; its id may be given out again.
+/// \param id [in] a live event id.
+QV_API void Timer_deleteEvent(int id);
+
+/// \param id [in] a live event id.
+/// \return game seconds since the event last triggered (since its creation if
+///         it never did). Changes nothing.
+QV_API float Timer_getEventDifference(int id);
+
+/// \param id [in] a live event id.
+/// \return game seconds until the next multiple of the interval, or 0 if a
+///         multiple has been passed since the last poll and waits to be polled.
+///         Changes nothing.
+QV_API float Timer_getEventRestTime(int id);
+
+/// Polls an event: tells whether at least one multiple of its interval has been
+/// passed since the last poll. Several multiples passed in one gap give one
+/// trigger.
+/// \param id [in] a live event id.
+/// \param difference [out] may be null; on a trigger it receives the game
+///        seconds since the previous trigger (since creation for the first);
+///        without a trigger it is not written.
+/// \return true on a trigger.
+QV_API bool Timer_isEventTriggered(int id, float* difference);
+
+/// Creates a stopwatch at game time 0.
+/// \return the snapshot's id, 1 or more.
+QV_API int Timer_createSnapshot();
+
+/// Deletes a snapshot; its id may be given out again.
+/// \param id [in] a live snapshot id.
+QV_API void Timer_deleteSnapshot(int id);
+
+/// \param id [in] a live snapshot id.
+/// \return game seconds since the snapshot was created.
+QV_API float Timer_getSnapshotDifference(int id);
