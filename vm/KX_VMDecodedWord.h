@@ -72,8 +72,10 @@ struct KX_VMDecodedWord {
     floatConstant = from.floatConstant;
     offset = from.offset;
     propertyId = from.propertyId;
+    // Register numbers and the sub type are cut to their bits, so that a
+    // field set from outside cannot index beyond a register bank.
     group = static_cast<std::uint8_t>(from.group);
-    subType = static_cast<std::uint8_t>(from.subType);
+    subType = static_cast<std::uint8_t>(from.subType & 7);
     targetRegister = static_cast<std::uint8_t>(from.targetRegister & 7);
     registerType = from.registerType;
     addressMode = from.addressMode;

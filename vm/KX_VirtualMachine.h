@@ -165,9 +165,10 @@ class KX_VirtualMachine : public KX_Base {
   // One step without bringing `instruction` up to date; execute and step
   // share it.
   int runStep();
-  // Runs the cached words the loop runs in place, from cp on, while the
-  // budget lasts. Returns true when it spent the budget.
-  bool runFastSteps(long long& remaining);
+  // Runs words from cp on while their cache entries are up to date and no
+  // watch exists. Sets `sliceOver` when the slice ends in here (budget spent,
+  // a wait, a failure); returns 0 or the failure's code.
+  int runCachedSteps(long long& remaining, bool& sliceOver);
   // Ends a slice of execute: brings `instruction` up to date.
   int finishSlice(int result);
   // Fetches the word at cp through the cache. Returns the entry, or null

@@ -75,9 +75,15 @@ KX_VMFastKind fastKindOf(const KX_VMInstruction& in) {
 
 }  // namespace
 
+// Column of compareResult in kConditionTable. It holds -1, 0 or +1 unless a
+// host has written something else into it; the sign is what counts then.
+static int conditionColumn(signed char compareResult) {
+  return compareResult > 0 ? 2 : (compareResult < 0 ? 0 : 1);
+}
+
 bool KX_VirtualMachine::conditionHolds(int subType) const {
   if (subType < 0 || subType > kNotEqual) return false;
-  return kConditionTable[subType][compareResult + 1];
+  return kConditionTable[subType][conditionColumn(compareResult)];
 }
 
 int KX_VirtualMachine::checkWatches() {
@@ -95,7 +101,11 @@ int KX_VirtualMachine::execute(int steps) {
       result = checkWatches();
       if (result != 0) break;
     } else if (!pending) {
-      if (runFastSteps(remaining)) return finishSlice(0);
+      bool sliceOver = false;
+      const long long before = remaining;
+      result = runCachedSteps(remaining, sliceOver);
+      if (sliceOver) break;
+      if (remaining != before) continue;  // steps ran: test running and watches again
     }
     result = runStep();
     if (result != 0) {
@@ -108,71 +118,148 @@ int KX_VirtualMachine::execute(int steps) {
   return finishSlice(result);
 }
 
-bool KX_VirtualMachine::runFastSteps(long long& remaining) {
-  // Runs words whose cache entry is up to date and that the loop runs in
-  // place, until a word is not one of them. None of these can fail, stop the
-  // machine, make a watch or leave itself pending, and there is no watch to
-  // test before each of them, so the outer loop's tests hold throughout.
-  // Each sets and clears `pending` within its step, which leaves it clear.
+int KX_VirtualMachine::runCachedSteps(long long& budget, bool& sliceOver) {
+  // Runs the words from cp on whose cache entry is up to date, the common
+  // ones in place, the others through dispatch, until a word is not in the
+  // cache, the machine stops, a watch exists, or the slice is over. No watch
+  // exists on entry, so none needs testing before a step until an
+  // instruction has run that could have made one.
   const long long* words = code.heapStorage != nullptr ? code.heapStorage : code.inlineStorage;
-  const unsigned int count = static_cast<unsigned int>(code.count);
-  const unsigned int cached = static_cast<unsigned int>(decodedCount);
+  unsigned int limit = static_cast<unsigned int>(code.count < decodedCount ? code.count : decodedCount);
+  if (limit == 0) return 0;  // no cache yet
   const KX_VMDecodedWord* cache = decodedWords;
-  const std::uint64_t firstSequence = fetchSequence;
-  std::uint64_t sequence = firstSequence;
+  // Locals, not members or references, so that the stores to registers and
+  // compareResult cannot make the compiler reload them.
+  unsigned int codeCount = static_cast<unsigned int>(code.count);
+  long long remaining = budget;
+  long long initial = remaining;
+  // The words in place are all immediate or register words: the last one of
+  // each, and when it ran, is all that syncInstruction needs of them. They
+  // go into the replay record before anything else could read it.
+  unsigned int lastImmediate = 0;
+  unsigned int lastRegister = 0;
+  long long immediateLeft = 0;
+  long long registerLeft = 0;
+  auto recordReplay = [&]() {
+    if (remaining == initial) return;
+    const std::uint64_t first = fetchSequence;
+    if (lastImmediate != 0) {
+      replayWord[kShapeImmediateWord] = cache[lastImmediate].word;
+      replaySequence[kShapeImmediateWord] = first + static_cast<std::uint64_t>(initial - immediateLeft) + 1;
+    }
+    if (lastRegister != 0) {
+      replayWord[kShapeRegisterWord] = cache[lastRegister].word;
+      replaySequence[kShapeRegisterWord] = first + static_cast<std::uint64_t>(initial - registerLeft) + 1;
+    }
+    fetchSequence = first + static_cast<std::uint64_t>(initial - remaining);
+    // A fetched word starts with its first attempt.
+    firstAttempt = true;
+    lastImmediate = 0;
+    lastRegister = 0;
+    initial = remaining;
+  };
   unsigned int at = static_cast<unsigned int>(cp);
-  bool budgetSpent = false;
-  while (at - 1u < count - 1u && at < cached) {
+  while (at - 1u < limit - 1u) {
     const KX_VMDecodedWord& in = cache[at];
-    if (in.fast == kFastNone || in.word != static_cast<std::uint64_t>(words[at])) break;
+    if (!in.valid || in.word != static_cast<std::uint64_t>(words[at])) break;
     unsigned int next = at + 1u;
     switch (in.fast) {
       case kFastAddIntImmediate:
         ir[in.targetRegister] = wrapAdd(ir[in.targetRegister], in.intConstant);
+        lastImmediate = at;
+        immediateLeft = remaining;
         break;
       case kFastAddIntRegister:
         ir[in.targetRegister] = wrapAdd(ir[in.targetRegister], ir[in.sourceRegister]);
+        lastRegister = at;
+        registerLeft = remaining;
         break;
       case kFastSubIntImmediate:
         ir[in.targetRegister] = wrapSub(ir[in.targetRegister], in.intConstant);
+        lastImmediate = at;
+        immediateLeft = remaining;
         break;
       case kFastSubIntRegister:
         ir[in.targetRegister] = wrapSub(ir[in.targetRegister], ir[in.sourceRegister]);
+        lastRegister = at;
+        registerLeft = remaining;
         break;
       case kFastCompIntImmediate:
         compareResult = compareInts(ir[in.targetRegister], in.intConstant);
+        lastImmediate = at;
+        immediateLeft = remaining;
         break;
       case kFastCompIntRegister:
         compareResult = compareInts(ir[in.targetRegister], ir[in.sourceRegister]);
+        lastRegister = at;
+        registerLeft = remaining;
         break;
       case kFastLoadIntImmediate:
         ir[in.targetRegister] = in.intConstant;
+        lastImmediate = at;
+        immediateLeft = remaining;
         break;
       case kFastLoadIntRegister:
         ir[in.targetRegister] = ir[in.sourceRegister];
+        lastRegister = at;
+        registerLeft = remaining;
         break;
-      default:  // kFastJumpImmediate
-        if (kConditionTable[in.subType][compareResult + 1]) {
+      case kFastJumpImmediate:
+        if (kConditionTable[in.subType][conditionColumn(compareResult)]) {
           next = static_cast<unsigned int>(in.intConstant) & kVMAddressMask;
           // Out of range: the general path runs the jump and reports it.
-          if (next - 1u >= count - 1u) goto done;
+          if (next - 1u >= codeCount - 1u) goto leave;
         }
+        lastImmediate = at;
+        immediateLeft = remaining;
         break;
+      default: {
+        // Any other instruction runs as step would run it; the handler gets
+        // a copy, as nothing it does may move the entry under it.
+        cp = static_cast<int>(at);
+        recordReplay();
+        const KX_VMDecodedWord word = in;
+        replayWord[word.shape] = word.word;
+        replaySequence[word.shape] = ++fetchSequence;
+        pending = true;
+        firstAttempt = true;
+        const int result = dispatch(word);
+        if (result != 0) {
+          budget = remaining;
+          sliceOver = true;
+          return result == VM_WAIT ? 0 : result;
+        }
+        pending = false;
+        if (--remaining == 0) {
+          budget = remaining;
+          sliceOver = true;
+          return 0;
+        }
+        initial = remaining;
+        if (!running || watches.getCount() != 0) {
+          budget = remaining;
+          return 0;
+        }
+        // The handler may have called out: take code and cache afresh.
+        words = code.heapStorage != nullptr ? code.heapStorage : code.inlineStorage;
+        limit = static_cast<unsigned int>(code.count < decodedCount ? code.count : decodedCount);
+        codeCount = static_cast<unsigned int>(code.count);
+        cache = decodedWords;
+        at = static_cast<unsigned int>(cp);
+        continue;
+      }
     }
-    replayWord[in.shape] = in.word;
-    replaySequence[in.shape] = ++sequence;
     at = next;
     if (--remaining == 0) {
-      budgetSpent = true;
+      sliceOver = true;
       break;
     }
   }
-done:
+leave:
   cp = static_cast<int>(at);
-  fetchSequence = sequence;
-  // A fetched word starts with its first attempt.
-  if (sequence != firstSequence) firstAttempt = true;
-  return budgetSpent;
+  recordReplay();
+  budget = remaining;
+  return 0;
 }
 
 int KX_VirtualMachine::finishSlice(int result) {
@@ -195,8 +282,19 @@ int KX_VirtualMachine::runStep() {
     pending = true;
     firstAttempt = true;
   } else {
-    // The decoded instruction runs again, as `instruction` holds it.
+    // The decoded instruction runs again, as `instruction` holds it. Decoding
+    // has checked its fields; a state restored by the host is checked again
+    // here, so that no field indexes outside the tables it selects from.
     firstAttempt = false;
+    if (instruction.group < 0 || instruction.group > kLastGroup) {
+      return VM_reportError(VM_ERROR_INSTRUCTION, "unknown OpCode group");
+    }
+    if (instruction.registerType >= kRegisterTypeCount) {
+      return VM_reportError(VM_ERROR_INSTRUCTION, "illegal target register type");
+    }
+    if (instruction.addressMode >= kAddressModeCount) {
+      return VM_reportError(VM_ERROR_INSTRUCTION, "illegal address mode");
+    }
     pendingWord.assign(instruction);
     in = &pendingWord;
   }
@@ -328,14 +426,20 @@ int KX_VirtualMachine::dispatch(const KX_VMDecodedWord& in) {
   return result;
 }
 
+// Adds to the top frame; a machine always has one, from its start on.
+static void raiseFrameTop(KX_IntArray& frames, int count) {
+  const int top = frames.getCount() - 1;
+  if (top >= 0) frames.set(top, frames.at(top) + count);
+}
+
 int KX_VirtualMachine::opLocals(const KX_VMDecodedWord& in) {
   intStack.resize(intStack.getCount() + in.localInts);
   floatStack.resize(floatStack.getCount() + in.localFloats);
   pointerStack.resize(pointerStack.getCount() + in.localPointers);
   // Raising the frame tops keeps the locals when a call made from here returns.
-  intFrames.set(intFrames.getCount() - 1, intFrames.at(intFrames.getCount() - 1) + in.localInts);
-  floatFrames.set(floatFrames.getCount() - 1, floatFrames.at(floatFrames.getCount() - 1) + in.localFloats);
-  pointerFrames.set(pointerFrames.getCount() - 1, pointerFrames.at(pointerFrames.getCount() - 1) + in.localPointers);
+  raiseFrameTop(intFrames, in.localInts);
+  raiseFrameTop(floatFrames, in.localFloats);
+  raiseFrameTop(pointerFrames, in.localPointers);
   return 0;
 }
 
@@ -382,9 +486,11 @@ int popLast(KX_IntArray& saved) {
 
 int KX_VirtualMachine::opReturn() {
   // The saved stacks hold one element per open call, as the frame stacks
-  // hold one more; the second test only guards a state that a call never
-  // leaves behind.
-  if (intFrames.getCount() < 2 || savedCp.getCount() == 0) {
+  // hold one more; the tests beyond the first only guard a state that calls
+  // never leave behind (a host's restored state, say).
+  if (intFrames.getCount() < 2 || floatFrames.getCount() < 2 || pointerFrames.getCount() < 2 ||
+      savedSpi.getCount() == 0 || savedSpf.getCount() == 0 || savedSpp.getCount() == 0 || savedCp.getCount() == 0 ||
+      frameWatches.getCount() == 0) {
     running = false;  // no open call: the program ends here, cp stays
     return 0;
   }
