@@ -406,3 +406,31 @@ TEST_F(Execution, InstructionHoldsWhatDecodingEveryFetchedWordLeaves) {
 }
 
 }  // namespace
+
+namespace {
+
+using namespace vmw;
+
+// A copy made in the middle of a run goes on exactly like the original, with
+// a cache of its own.
+TEST(ExecutionCopy, ACopiedMachineRunsOnLikeTheOriginal) {
+  const long long blocks = KX_getLiveBlockCount();
+  {
+    KX_VirtualMachine original;
+    loadMixedLoop(original);
+    ASSERT_EQ(original.execute(1234), 0);
+    original.ir[7] = 3;
+    KX_VirtualMachine copy;
+    copy.copyFrom(&original);
+    ASSERT_EQ(copy.cp, original.cp);
+    ASSERT_EQ(original.execute(kVMUnlimitedSteps), 0);
+    ASSERT_EQ(copy.execute(kVMUnlimitedSteps), 0);
+    EXPECT_FALSE(copy.running);
+    EXPECT_EQ(copy.exitCode, original.exitCode);
+    EXPECT_EQ(copy.exitCode, 1000 * 1001 / 2);
+    EXPECT_EQ(copy.instruction.group, original.instruction.group);
+  }
+  EXPECT_EQ(KX_getLiveBlockCount(), blocks);
+}
+
+}  // namespace
