@@ -28,7 +28,8 @@ enum KX_VMWordShape : std::uint8_t {
 };
 
 // Instructions common enough in loops that the execution loop runs them in
-// place; they cannot fail and call nothing. Everything else is kFastNone and
+// place; they call nothing, and one whose stack cell is out of range is left
+// to the general dispatch, which reports it. Everything else is kFastNone and
 // goes through the general dispatch.
 enum KX_VMFastKind : std::uint8_t {
   kFastNone = 0,
@@ -41,6 +42,9 @@ enum KX_VMFastKind : std::uint8_t {
   kFastLoadIntImmediate,  // LOAD ir, constant
   kFastLoadIntRegister,   // LOAD ir, ir
   kFastJumpImmediate,     // JUMPcc to a constant code pointer: only the range is left to test
+  kFastLoadIntStack,      // LOAD ir, int stack cell below spi: the cell's range is tested in place
+  kFastAddIntStack,       // ADD ir, int stack cell
+  kFastStoreIntStack,     // STORE ir, int stack cell
 };
 
 struct KX_VMDecodedWord {

@@ -57,7 +57,15 @@ KX_VMFastKind fastKindOf(const KX_VMInstruction& in) {
       (static_cast<unsigned int>(in.intConstant) & kVMTagMask) == VM_POINTER_CODE) {
     return kFastJumpImmediate;
   }
-  if (in.registerType != 0 || !(immediate || intRegister)) return kFastNone;
+  if (in.registerType != 0) return kFastNone;
+  // Parameters and locals: based on spi, without a property id.
+  if (in.addressMode == kBased && in.systemRegister && !in.hasProperty) {
+    if (in.group == kGroupLoad && in.subType == kAlways) return kFastLoadIntStack;
+    if (in.group == kGroupStore && in.subType == kAlways) return kFastStoreIntStack;
+    if (in.group == kGroupArith && in.subType == kAdd) return kFastAddIntStack;
+    return kFastNone;
+  }
+  if (!(immediate || intRegister)) return kFastNone;
   switch (in.group) {
     case kGroupArith:
       if (in.subType == kAdd) return immediate ? kFastAddIntImmediate : kFastAddIntRegister;
@@ -133,13 +141,15 @@ int KX_VirtualMachine::runCachedSteps(long long& budget, bool& sliceOver) {
   unsigned int codeCount = static_cast<unsigned int>(code.count);
   long long remaining = budget;
   long long initial = remaining;
-  // The words in place are all immediate or register words: the last one of
+  // The words in place are all immediate, register or based words: the last one of
   // each, and when it ran, is all that syncInstruction needs of them. They
   // go into the replay record before anything else could read it.
   unsigned int lastImmediate = 0;
   unsigned int lastRegister = 0;
+  unsigned int lastBased = 0;
   long long immediateLeft = 0;
   long long registerLeft = 0;
+  long long basedLeft = 0;
   auto recordReplay = [&]() {
     if (remaining == initial) return;
     const std::uint64_t first = fetchSequence;
@@ -151,11 +161,16 @@ int KX_VirtualMachine::runCachedSteps(long long& budget, bool& sliceOver) {
       replayWord[kShapeRegisterWord] = cache[lastRegister].word;
       replaySequence[kShapeRegisterWord] = first + static_cast<std::uint64_t>(initial - registerLeft) + 1;
     }
+    if (lastBased != 0) {
+      replayWord[kShapeBasedWord] = cache[lastBased].word;
+      replaySequence[kShapeBasedWord] = first + static_cast<std::uint64_t>(initial - basedLeft) + 1;
+    }
     fetchSequence = first + static_cast<std::uint64_t>(initial - remaining);
     // A fetched word starts with its first attempt.
     firstAttempt = true;
     lastImmediate = 0;
     lastRegister = 0;
+    lastBased = 0;
     initial = remaining;
   };
   unsigned int at = static_cast<unsigned int>(cp);
@@ -213,6 +228,26 @@ int KX_VirtualMachine::runCachedSteps(long long& budget, bool& sliceOver) {
         lastImmediate = at;
         immediateLeft = remaining;
         break;
+      case kFastLoadIntStack:
+      case kFastAddIntStack:
+      case kFastStoreIntStack: {
+        // Offsets count down from spi; a cell out of range, or a borrowed
+        // stack that a write must first make its own, goes the general way.
+        const unsigned int cell =
+            (static_cast<unsigned int>(spi) & kVMAddressMask) - static_cast<unsigned int>(in.offset);
+        if (cell == 0 || cell >= static_cast<unsigned int>(intStack.count) || intStack.bufferBorrowed) goto leave;
+        int* cells = intStack.heapStorage != nullptr ? intStack.heapStorage : intStack.inlineStorage;
+        if (in.fast == kFastLoadIntStack) {
+          ir[in.targetRegister] = cells[cell];
+        } else if (in.fast == kFastAddIntStack) {
+          ir[in.targetRegister] = wrapAdd(ir[in.targetRegister], cells[cell]);
+        } else {
+          cells[cell] = ir[in.targetRegister];
+        }
+        lastBased = at;
+        basedLeft = remaining;
+        break;
+      }
       default: {
         // Any other instruction runs as step would run it; the handler gets
         // a copy, as nothing it does may move the entry under it.

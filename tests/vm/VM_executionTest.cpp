@@ -342,9 +342,17 @@ TEST_F(Execution, ReservedInstructionsReportToTheHostAndGoOn) {
 TEST_F(Execution, InstructionHoldsWhatDecodingEveryFetchedWordLeaves) {
   std::mt19937 random(11);
   auto pick = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
-  std::vector<std::uint64_t> program;
+  // One local first, so that the stack operands below always find a cell.
+  std::vector<std::uint64_t> program = {locals(1, 0, 0)};
+  const char* stackUsers[] = {"LOAD", "ADD", "STORE"};
   for (int i = 0; i < 400; ++i) {
-    switch (pick(6)) {
+    switch (pick(7)) {
+      case 6: {
+        Operand op = stack(-1);
+        if (pick(3) == 0) op = op.property(pick(65536));
+        program.push_back(word(stackUsers[pick(3)], kInt, pick(8), op));
+        break;
+      }
       case 0:
         program.push_back(word("ADD", kInt, pick(8), imm(pick(1000))));
         break;
@@ -375,13 +383,13 @@ TEST_F(Execution, InstructionHoldsWhatDecodingEveryFetchedWordLeaves) {
   machine->code.clear();
   machine->code.append(0);
   for (std::uint64_t w : program) machine->code.append(static_cast<long long>(w));
-  // The first pass fills the cache; the second runs from it.
-  for (int pass = 0; pass < 2; ++pass) {
+  // The first pass fills the cache; the others run from it.
+  for (int pass = 0; pass < 4; ++pass) {
     machine->startMachine(1);
     KX_VMInstruction oracle = machine->instruction;
     std::size_t fetched = 0;
     while (fetched < program.size()) {
-      const int steps = 1 + pick(40);
+      const int steps = 1 + pick(12);
       ASSERT_TRUE(VM_execute(handle, steps));
       for (int i = 0; i < steps && fetched < program.size(); ++i) oracle.decode(program[fetched++]);
       const KX_VMInstruction& in = machine->instruction;
