@@ -442,3 +442,31 @@ TEST(ExecutionCopy, ACopiedMachineRunsOnLikeTheOriginal) {
 }
 
 }  // namespace
+
+namespace {
+
+// A stack operand that is fine on one call and out of range on the next
+// fails with its text, also when its word runs from the cache.
+TEST(ExecutionStackOperands, ACachedStackOperandIsCheckedOnEveryRun) {
+  KX_VirtualMachine machine;
+  loadProgram(machine, {
+                           word("PARAM", kInt, imm(4)),          // 1
+                           word("PARAM", kInt, imm(6)),          // 2
+                           word("CALL", kPtr, imm(codePtr(7))),  // 3: two parameters
+                           word("PARAM", kInt, imm(5)),          // 4
+                           word("CALL", kPtr, imm(codePtr(7))),  // 5: one parameter only
+                           word("HALT", kInt, reg(0)),           // 6
+                           word("LOAD", kInt, 0, stack(1)),      // 7: the parameter before the last
+                           word("ADD", kInt, 0, stack(0)),       // 8
+                           word("RETURN"),                       // 9
+                       });
+  EXPECT_EQ(machine.execute(8), 0);
+  EXPECT_EQ(machine.ir[0], 10);
+  EXPECT_EQ(machine.execute(kVMUnlimitedSteps), VM_ERROR_ADDRESS);
+  EXPECT_STREQ(VM_getLastErrorText(), "illegal int address 0 (max. address 1)");
+  EXPECT_EQ(machine.cp, 7);
+  EXPECT_TRUE(machine.pending);
+  EXPECT_EQ(machine.ir[0], 10);
+}
+
+}  // namespace
