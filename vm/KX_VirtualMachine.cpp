@@ -11,6 +11,16 @@ KX_VirtualMachine::KX_VirtualMachine() {
   startMachine(1);
 }
 
+KX_VirtualMachine::~KX_VirtualMachine() {
+  releaseDecodedWords();
+}
+
+void KX_VirtualMachine::releaseDecodedWords() {
+  if (decodedWords != nullptr) KX_freeMemoryBlock(decodedWords);
+  decodedWords = nullptr;
+  decodedCount = 0;
+}
+
 void KX_VirtualMachine::copyFrom(const KX_Base* source) {
   const KX_VirtualMachine* other = static_cast<const KX_VirtualMachine*>(source);
   if (other == this) return;
@@ -49,7 +59,11 @@ void KX_VirtualMachine::copyFrom(const KX_Base* source) {
   running = other->running;
   pending = other->pending;
   firstAttempt = other->firstAttempt;
+  // Outside execute the source's instruction is up to date; the cache is
+  // rebuilt on this machine's first fetches.
   instruction.copyFrom(&other->instruction);
+  releaseDecodedWords();
+  for (std::uint64_t& sequence : replaySequence) sequence = 0;
   compareResult = other->compareResult;
 }
 

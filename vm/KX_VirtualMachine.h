@@ -5,25 +5,34 @@
 // Pointers are 32-bit words: a three-bit tag in the top bits (held in place,
 // see VM_PointerType) and a 29-bit address. Address 0 is null in every space,
 // and every stack keeps a place-holder at index 0 so that no stack address is 0.
+//
+// Everything a script controls (register numbers of a word, addresses,
+// stack offsets) is checked before memory is touched: a script can make its
+// machine fail, never make the library read or write outside the machine.
 #pragma once
+
+#include <cstdint>
 
 #include "foundation/KX_FloatArray.h"
 #include "foundation/KX_IntArray.h"
 #include "foundation/KX_LongLongArray.h"
 #include "foundation/KX_ObjectArray.h"
 #include "foundation/KX_VoidPtrArray.h"
+#include "vm/KX_VMDecodedWord.h"
 #include "vm/KX_VMInstruction.h"
 
 // The mask of the address part of a tagged pointer.
 constexpr unsigned int kVMAddressMask = 0x1FFFFFFFu;
 constexpr unsigned int kVMTagMask = 0xE0000000u;
+// A step budget of this value runs without limit.
+constexpr int kVMUnlimitedSteps = 0x7FFFFFFF;
 
 class KX_VirtualMachine : public KX_Base {
  public:
   // An empty program of two zero words (HALT 0), one zero cell in each memory,
   // started at address 1.
   KX_VirtualMachine();
-  ~KX_VirtualMachine() override = default;
+  ~KX_VirtualMachine() override;
   KX_Base* newInstance() const override { return new KX_VirtualMachine(); }
   // Deep copy of the whole machine state.
   void copyFrom(const KX_Base* source) override;
@@ -33,6 +42,88 @@ class KX_VirtualMachine : public KX_Base {
   void startMachine(int address);
   // Stops the machine with `code` as its exit code; everything else stays.
   void stopMachine(int code);
+
+  // --- Execution -----------------------------------------------------------
+  // Runs while the machine is running, at most `steps` steps (at least one;
+  // kVMUnlimitedSteps for no limit). Returns 0, also when an instruction gave
+  // VM_WAIT, or the result code of the failure that ended the slice.
+  int execute(int steps);
+  // Runs one instruction: fetches and decodes unless one is pending, then
+  // runs it. Returns 0 or a result code (VM_WAIT included).
+  int step();
+  // Whether compareResult satisfies a condition sub type 0 to 6 (7: false).
+  bool conditionHolds(int subType) const;
+  // Tests the watches before a step; 0 when none fires or fails.
+  int checkWatches();
+  // Opens a call level: saves the caller's stack pointers and return
+  // address, and moves to `target`.
+  void enterFrame(int target, int returnAddress, KX_Base* watch);
+
+  // --- Operand access ------------------------------------------------------
+  // Read or write the operand of `in` in one bank. Each returns 0 or a result
+  // code, and changes nothing when it fails. `keepObject` hands a pointer with
+  // the object tag back as it is instead of following it into a property.
+  // Immediate and register operands are served inline; the memory modes go
+  // to the out-of-line walk.
+  int readIntOperand(const KX_VMDecodedWord& in, int& out) {
+    if (in.addressMode == 0) {
+      out = in.intConstant;
+      return 0;
+    }
+    if (in.addressMode == 1) {
+      out = ir[in.sourceRegister];
+      return 0;
+    }
+    return readIntPlace(in, out);
+  }
+  int readFloatOperand(const KX_VMDecodedWord& in, float& out) {
+    if (in.addressMode == 0) {
+      out = in.floatConstant;
+      return 0;
+    }
+    if (in.addressMode == 1) {
+      out = fr[in.sourceRegister];
+      return 0;
+    }
+    return readFloatPlace(in, out);
+  }
+  int readPointerOperand(const KX_VMDecodedWord& in, unsigned int& out, bool keepObject) {
+    if (in.addressMode == 0) {
+      out = static_cast<unsigned int>(in.intConstant);
+      return 0;
+    }
+    if (in.addressMode == 1 && !in.systemRegister) {
+      out = pr[in.sourceRegister];
+      return 0;
+    }
+    return readPointerPlace(in, out, keepObject);
+  }
+  int writeIntOperand(const KX_VMDecodedWord& in, int value) {
+    if (in.addressMode == 1) {
+      ir[in.sourceRegister] = value;
+      return 0;
+    }
+    return writeIntPlace(in, value);
+  }
+  int writeFloatOperand(const KX_VMDecodedWord& in, float value) {
+    if (in.addressMode == 1) {
+      fr[in.sourceRegister] = value;
+      return 0;
+    }
+    return writeFloatPlace(in, value);
+  }
+  int writePointerOperand(const KX_VMDecodedWord& in, unsigned int value) {
+    if (in.addressMode == 1 && !in.systemRegister) {
+      pr[in.sourceRegister] = value;
+      return 0;
+    }
+    return writePointerPlace(in, value);
+  }
+
+  // Brings `instruction` up to date with the words fetched from the cache
+  // since the last call, so that every field holds what decoding the same
+  // words one after the other would have left there.
+  void syncInstruction();
 
   KX_LongLongArray code;
   KX_IntArray intMemory;
@@ -69,4 +160,68 @@ class KX_VirtualMachine : public KX_Base {
   bool firstAttempt = false;  // this execution of the pending instruction is its first
   KX_VMInstruction instruction;
   signed char compareResult = 0;  // -1, 0 or +1
+
+ private:
+  // One step without bringing `instruction` up to date; execute and step
+  // share it.
+  int runStep();
+  // Runs words from cp on while their cache entries are up to date and no
+  // watch exists. Sets `sliceOver` when the slice ends in here (budget spent,
+  // a wait, a failure); returns 0 or the failure's code.
+  int runCachedSteps(long long& remaining, bool& sliceOver);
+  // Ends a slice of execute: brings `instruction` up to date.
+  int finishSlice(int result);
+  // Fetches the word at cp through the cache. Returns the entry, or null
+  // with `result` set when the address or the decode fails.
+  const KX_VMDecodedWord* fetch(int& result);
+  int dispatch(const KX_VMDecodedWord& in);
+
+  // Handlers of the groups that are not computed inline by dispatch.
+  int opLocals(const KX_VMDecodedWord& in);
+  int opParam(const KX_VMDecodedWord& in);
+  int opReturn();
+  int opJump(const KX_VMDecodedWord& in);
+  int opCall(const KX_VMDecodedWord& in);
+  int opCompare(const KX_VMDecodedWord& in);
+  int opWait(const KX_VMDecodedWord& in);
+  int opLoad(const KX_VMDecodedWord& in);
+  int opStore(const KX_VMDecodedWord& in);
+  int opExchange(const KX_VMDecodedWord& in);
+  int opLoadPointer(const KX_VMDecodedWord& in);
+  int opArith(const KX_VMDecodedWord& in);
+  int opFunction(const KX_VMDecodedWord& in);
+  int opConvert(const KX_VMDecodedWord& in);
+  int opBits(const KX_VMDecodedWord& in);
+  int opReserved(const KX_VMDecodedWord& in);
+  int opWatch(const KX_VMDecodedWord& in);
+  // The code pointer test shared by JUMP and CALL: 0 or the failure.
+  int checkCodePointer(unsigned int pointer) const;
+
+  int readIntPlace(const KX_VMDecodedWord& in, int& out);
+  int readFloatPlace(const KX_VMDecodedWord& in, float& out);
+  int readPointerPlace(const KX_VMDecodedWord& in, unsigned int& out, bool keepObject);
+  int writeIntPlace(const KX_VMDecodedWord& in, int value);
+  int writeFloatPlace(const KX_VMDecodedWord& in, float value);
+  int writePointerPlace(const KX_VMDecodedWord& in, unsigned int value);
+  template <int Bank, class Value>
+  int readMemoryOperand(const KX_VMDecodedWord& in, Value& out, bool keepObject);
+  template <int Bank, class Value>
+  int writeMemoryOperand(const KX_VMDecodedWord& in, Value value);
+  template <int Bank>
+  int locateOperand(const KX_VMDecodedWord& in, unsigned int& pointer, int& address);
+  int objectOperand(unsigned int pointer, const KX_VMDecodedWord& in);
+
+  void releaseDecodedWords();
+
+  // The decoded-word cache: one entry per code word, refilled whenever the
+  // word at an address is not the one its entry was decoded from.
+  KX_VMDecodedWord* decodedWords = nullptr;
+  int decodedCount = 0;
+  // The last word fetched from the cache of each shape, and when, for
+  // syncInstruction. A sequence of 0 means none since the last sync.
+  std::uint64_t replayWord[kWordShapeCount] = {};
+  std::uint64_t replaySequence[kWordShapeCount] = {};
+  std::uint64_t fetchSequence = 0;
+  // The cache form of `instruction` when a pending instruction runs again.
+  KX_VMDecodedWord pendingWord = {};
 };

@@ -80,6 +80,29 @@ QV_API void VM_stop(void* machine);
 QV_API bool VM_isRunning(void* machine);
 
 // ---------------------------------------------------------------------------
+// VM_: running a machine's program.
+
+/// Runs a machine's program for one slice: instruction after instruction
+/// while the machine is running, until the budget is spent, the program
+/// halts or returns from its bottom level, an instruction waits (VM_WAIT),
+/// or something fails. Steps already run stand in every case.
+///
+/// An instruction that fails or waits stays pending: the next call runs it
+/// again from its beginning instead of fetching the next word. After a failure
+/// the machine is still running, so a further call meets the same error unless
+/// the host has changed its cause or calls VM_start or VM_stop.
+/// \param machine [in] a live machine handle.
+/// \param steps [in] the most instructions to run. 0x7FFFFFFF means no limit
+///        (the call then ends only by a halt, a stop, a wait or an error); 0 or
+///        below still runs one instruction. A waiting instruction counts for
+///        none, and an instruction counts only once it has finished.
+/// \return true if the slice ended normally: budget spent, machine stopped
+///         (also when it was not running at the call), or an instruction
+///         waiting; false if an instruction, the fetch or the decode of a word
+///         failed.
+QV_API bool VM_execute(void* machine, int steps);
+
+// ---------------------------------------------------------------------------
 // Timer_: the game clock, with stopwatches (snapshots) and polled periodic
 // events.
 //
