@@ -42,6 +42,7 @@ class KX_Graph : public KX_Base {
   int getOutDegree(int node) const;
   int getInDegree(int node) const;
   // Removes the node with its row and column; higher indices drop by one.
+  // A node out of range changes nothing.
   void removeNode(int node);
 
   // Dijkstra from `source`: one distance and one predecessor per node, the

@@ -1,5 +1,5 @@
-// insertAll: order, clamping, an empty source, inserting an array into itself,
-// and handing objects over without deleting them twice.
+// insertAll: order, clamped positions, an empty source, an array into itself,
+// and objects handed over without being deleted twice.
 #include <gtest/gtest.h>
 
 #include "foundation/KX_ObjectArray.h"
@@ -10,49 +10,29 @@ namespace {
 
 using KX_ObjectArrayInsertAll = LiveBlockTest;
 
-int valueAt(const KX_ObjectArray& array, int index) {
-  return static_cast<CountedObject*>(array.at(index))->value;
+void expectValues(const KX_ObjectArray& array, std::initializer_list<int> values) {
+  ASSERT_EQ(array.getCount(), int(values.size()));
+  int i = 0;
+  for (int value : values) EXPECT_EQ(static_cast<CountedObject*>(array.at(i++))->value, value) << i - 1;
 }
 
-TEST_F(KX_ObjectArrayInsertAll, InsertsInOrderAtClampedPositionsAndMovesOwnership) {
+TEST_F(KX_ObjectArrayInsertAll, InsertsInOrderAtClampedPositions) {
   int liveBefore = CountedObject::live;
   {
-    KX_ObjectArray target;
-    KX_ObjectArray source;
-    for (int v : {1, 2}) target.append(new CountedObject(v));
-    for (int v : {10, 11, 12}) source.append(new CountedObject(v));
+    KX_ObjectArray target, first, source, empty;
+    target.elementsBorrowed = true;  // `first` and `source` keep owning the objects
+    for (int v : {1, 2}) first.append(new CountedObject(v));
+    for (int v : {10, 11}) source.append(new CountedObject(v));
+    target.insertAll(0, first);
     target.insertAll(1, source);
-    source.elementsBorrowed = true;
-    int expected[] = {1, 10, 11, 12, 2};
-    ASSERT_EQ(target.getCount(), 5);
-    for (int i = 0; i < 5; ++i) EXPECT_EQ(valueAt(target, i), expected[i]);
-
-    KX_ObjectArray more;
-    more.append(new CountedObject(20));
-    target.insertAll(-5, more);
-    more.elementsBorrowed = true;
-    more.clear();  // borrowed: 20 lives on in `target`
-    more.elementsBorrowed = false;
-    more.append(new CountedObject(30));
-    target.insertAll(99, more);
-    more.elementsBorrowed = true;
-    ASSERT_EQ(target.getCount(), 7);
-    EXPECT_EQ(valueAt(target, 0), 20);
-    EXPECT_EQ(valueAt(target, 6), 30);
-
-    KX_ObjectArray empty;
+    target.insertAll(-5, source);
+    target.insertAll(99, source);
     target.insertAll(0, empty);
-    EXPECT_EQ(target.getCount(), 7);
-
-    // Into itself: the pointers are read before any of them move.
-    target.elementsBorrowed = true;
-    target.insertAll(2, target);
-    int doubled[] = {20, 1, 20, 1, 10, 11, 12, 2, 30, 10, 11, 12, 2, 30};
-    ASSERT_EQ(target.getCount(), 14);
-    for (int i = 0; i < 14; ++i) EXPECT_EQ(valueAt(target, i), doubled[i]) << i;
-    target.removeRange(2, 7);
-    target.elementsBorrowed = false;
-    EXPECT_EQ(CountedObject::live, liveBefore + 7);
+    expectValues(target, {10, 11, 1, 10, 11, 2, 10, 11});
+    target.insertAll(2, target);  // read before any of them move
+    expectValues(target, {10, 11, 10, 11, 1, 10, 11, 2, 10, 11, 1, 10, 11, 2, 10, 11});
+    EXPECT_EQ(CountedObject::live, liveBefore + 4);
+    EXPECT_EQ(source.getCount(), 2);
   }
   EXPECT_EQ(CountedObject::live, liveBefore);
 }
