@@ -15,6 +15,28 @@ class KX_ObjectArray : public KX_ObjectArrayBase {
   explicit KX_ObjectArray(int growStep = 32) : KX_ObjectArrayBase(growStep) {}
   ~KX_ObjectArray() override = default;
   KX_Base* newInstance() const override { return new KX_ObjectArray(growStep); }
+
+  // Inserts the pointers of `source`, in their order, at `position` (clamped
+  // to 0..count). Only the pointers move: whoever hands objects over sets
+  // `elementsBorrowed` on `source` so that they are not deleted twice.
+  void insertAll(int position, const KX_ObjectArray& source) {
+    int n = source.getCount();
+    if (n == 0) return;
+    if (position < 0) position = 0;
+    if (position > count) position = count;
+    // Inserting an array into itself reads the pointers before any of them move.
+    if (&source == this) {
+      KX_ObjectArray snapshot(n + 1);
+      snapshot.elementsBorrowed = true;
+      for (int i = 0; i < n; ++i) snapshot.append(source.at(i));
+      insertAll(position, snapshot);
+      return;
+    }
+    resize(count + n);
+    KX_Base** elements = getBuffer();
+    KX_ArrayDefaultCopyOperator<KX_Base*>::move(elements + position + n, elements + position, count - n - position);
+    for (int i = 0; i < n; ++i) elements[position + i] = source.at(i);
+  }
 };
 
 // Binary search of an array kept in address order (objects that keep the

@@ -17,6 +17,7 @@
 #include "geometry/KX_PointSet2D.h"
 
 class KX_AABox2D;
+class KX_PolygonList2D;
 
 class KX_Polygon2D : public KX_PointSet2D {
  public:
@@ -66,6 +67,22 @@ class KX_Polygon2D : public KX_PointSet2D {
   // The outline crosses or touches the box outline; a polygon wholly inside
   // the box, or a box wholly inside the polygon, doesn't.
   bool intersectsBox(const KX_AABox2D& box) const;
+
+  // How this polygon and `other` lie to each other: at most one of the three
+  // results is true. `overlap`: the outlines cross; `insideOther`: this
+  // polygon lies in `other`; `otherInside`: `other` lies in this one.
+  void getRelation(KX_Polygon2D& other, bool& overlap, bool& insideOther, bool& otherInside);
+  // Replaces this polygon by the outer outline of its union with `other`,
+  // which keeps its points (only its caches may fill).
+  void unionWith(KX_Polygon2D& other);
+  // Moves every edge inwards by `distance` (outwards if negative), with
+  // sharp corners, then removes crossings of the outline.
+  void shrink(float distance);
+  void expand(float distance) { shrink(-distance); }
+  // Cuts the loops that crossings of the outline close off, keeping the
+  // piece with the longest outline here; the other pieces go to `pieces`
+  // (cleared first) or are deleted if it is null.
+  void splitSelfIntersections(KX_PolygonList2D* pieces);
 
   void reverse();
   // Removes repeated points and points on a straight line between their

@@ -1,0 +1,121 @@
+#include "pathfinding/KX_VisibilityGraph.h"
+
+#include <cmath>
+
+#include "pathfinding/KX_PathTree.h"
+
+KX_VisibilityGraph::KX_VisibilityGraph() : KX_Graph(kEdgeWeights) {}
+
+// TODO(quad tree): delete staticTree and dynamicTree here once QV_QuadTree is
+// a complete type in this file; until then nothing creates them.
+KX_VisibilityGraph::~KX_VisibilityGraph() = default;
+
+void KX_VisibilityGraph::copyFrom(const KX_Base* source) {
+  const KX_VisibilityGraph* other = static_cast<const KX_VisibilityGraph*>(source);
+  if (other == this) return;
+  KX_Graph::copyFrom(source);
+  obstacles.copyFrom(&other->obstacles);
+  dynamicObstacles.copyFrom(&other->dynamicObstacles);
+  dynamicObstacleData.copyFrom(&other->dynamicObstacleData);
+  dynamicObstacleBarriers.copyFrom(&other->dynamicObstacleBarriers);
+  sortedVertices.copyFrom(&other->sortedVertices);
+  vertices.copyFrom(&other->vertices);
+  sortedToNode.copyFrom(&other->sortedToNode);
+  pathCache.copyFrom(&other->pathCache);
+  pathCacheCapacity = other->pathCacheCapacity;
+  inflation = other->inflation;
+  treeLevels = other->treeLevels;
+  buildState = other->buildState;
+  buildIndexA = other->buildIndexA;
+  buildIndexB = other->buildIndexB;
+  boundsMin = other->boundsMin;
+  boundsMax = other->boundsMax;
+  obstacleBoxes.copyFrom(&other->obstacleBoxes);
+  border.copyFrom(&other->border);
+}
+
+void KX_VisibilityGraph::evictLeastUsedTree() {
+  int least = 0;
+  for (int i = 1; i < pathCache.getCount(); ++i) {
+    if (static_cast<KX_PathTree*>(pathCache.at(i))->useCount <
+        static_cast<KX_PathTree*>(pathCache.at(least))->useCount) {
+      least = i;
+    }
+  }
+  pathCache.remove(least);
+}
+
+void KX_VisibilityGraph::setPathCacheCapacity(int n) {
+  if (n <= 0) {
+    pathCache.clear();
+    n = 0;
+  }
+  while (pathCache.getCount() > n) evictLeastUsedTree();
+  pathCacheCapacity = n;
+}
+
+float KX_VisibilityGraph::findCachedPath(KX_IntArray& path, int source, int target) {
+  if (pathCacheCapacity == 0) return findShortestPath(path, source, target);
+  KX_PathTree key(source);
+  int found = pathCache.findSorted(&key);
+  KX_PathTree* tree;
+  if (found >= 0) {
+    // A hit changes only the use count, never the order of the cache.
+    tree = static_cast<KX_PathTree*>(pathCache.at(found));
+    ++tree->useCount;
+  } else {
+    tree = new KX_PathTree(source);
+    computeShortestPaths(tree->distances, tree->previous, source);
+    tree->useCount = 1;
+    while (pathCache.getCount() > 0 && pathCache.getCount() >= pathCacheCapacity) evictLeastUsedTree();
+    pathCache.insert(pathCache.findInsertPosition(tree), tree);
+  }
+  return getPath(path, source, target, tree->distances, tree->previous);
+}
+
+bool KX_VisibilityGraph::validate(const char** problem) const {
+  const char* failure = nullptr;
+  auto fail = [&failure](const char* text) {
+    if (failure == nullptr) failure = text;
+  };
+  if (vertices.getCount() != nodeCount || sortedVertices.getCount() != nodeCount ||
+      sortedToNode.getCount() != nodeCount) {
+    fail("vertex sets don't have one entry per node");
+  } else if (adjacency.getBitWidth() != nodeCount || adjacency.getHeight() != nodeCount ||
+             edgeWeights.getWidth() != nodeCount || edgeWeights.getHeight() != nodeCount) {
+    fail("matrices don't have one row and column per node");
+  }
+  if (failure == nullptr) {
+    for (int k = 0; k < nodeCount && failure == nullptr; ++k) {
+      int node = sortedToNode.at(k);
+      if (node < 0 || node >= nodeCount || vertices.at(node) != sortedVertices.at(k)) {
+        fail("sortedToNode doesn't map sortedVertices to vertices");
+      } else if (k > 0 && sortedVertices.at(k) < sortedVertices.at(k - 1)) {
+        fail("sortedVertices is not in order");
+      }
+    }
+    // The border is only read: containment fills its caches, which a copy keeps to itself.
+    KX_Polygon2D borderCopy;
+    borderCopy.copyFrom(&border);
+    for (int r = 0; r < nodeCount && failure == nullptr; ++r) {
+      if (getOutDegree(r) == 0) fail("a node has no edge");
+      if (border.getCount() > 0 && !borderCopy.contains(vertices.at(r))) fail("a node lies outside the border");
+      for (int c = 0; c < nodeCount && failure == nullptr; ++c) {
+        bool edge = adjacency.getBit(c, r);
+        float weight = edgeWeights.at(c, r);
+        float mirrored = edgeWeights.at(r, c);
+        if (edge != adjacency.getBit(r, c)) fail("adjacency is not symmetric");
+        if (edge == std::isnan(weight)) fail("an edge without a weight, or a weight without an edge");
+        if (!(weight == mirrored || (std::isnan(weight) && std::isnan(mirrored)))) fail("weights are not symmetric");
+        if (edge) {
+          float dx = vertices.at(c).x - vertices.at(r).x;
+          float dy = vertices.at(c).y - vertices.at(r).y;
+          float length = std::sqrt(dx * dx + dy * dy);
+          if (!(std::fabs(weight - length) <= 1e-5f * (1.0f + length))) fail("a weight is not its corners' distance");
+        }
+      }
+    }
+  }
+  if (problem != nullptr) *problem = failure;
+  return failure == nullptr;
+}
