@@ -72,42 +72,27 @@ bool isAccessDenied(KX_FileCall call, int error) {
   return false;
 }
 
-// What any other error of a call gives.
-int otherErrorCode(KX_FileCall call) {
-  switch (call) {
-    case KX_FileCall::temporaryName:
-      return KX_FILE_PATH_NOT_FOUND;
-    case KX_FileCall::create:
-      return KX_FILE_CANNOT_CREATE;
-    case KX_FileCall::openExisting:
-      return KX_FILE_CANNOT_OPEN;
-    case KX_FileCall::close:
-      return KX_FILE_CANNOT_CLOSE;
-    case KX_FileCall::read:
-      return KX_FILE_READ_FAILED;
-    case KX_FileCall::write:
-      return KX_FILE_WRITE_FAILED;
-    case KX_FileCall::position:
-      return KX_FILE_NO_POSITION;
-    case KX_FileCall::getTime:
-      return KX_FILE_READ_FAILED;
-    case KX_FileCall::setTime:
-      return KX_FILE_WRITE_FAILED;
-    case KX_FileCall::getAttributes:
-      return KX_FILE_READ_FAILED;
-    case KX_FileCall::setAttributes:
-      return KX_FILE_WRITE_FAILED;
-    case KX_FileCall::lock:
-      return KX_FILE_LOCK_FAILED;
-    case KX_FileCall::map:
-      return KX_FILE_MAP_FAILED;
-    case KX_FileCall::unmap:
-      return KX_FILE_MAP_FAILED;
-    case KX_FileCall::currentDirectory:
-      return KX_FILE_NO_CURRENT_DIRECTORY;
-  }
-  return KX_FILE_CANNOT_OPEN;
-}
+// What any other error of a call gives, in the order of KX_FileCall.
+constexpr int kOtherErrorCodes[] = {
+    KX_FILE_PATH_NOT_FOUND,        // temporaryName
+    KX_FILE_CANNOT_CREATE,         // create
+    KX_FILE_CANNOT_OPEN,           // openExisting
+    KX_FILE_CANNOT_CLOSE,          // close
+    KX_FILE_READ_FAILED,           // read
+    KX_FILE_WRITE_FAILED,          // write
+    KX_FILE_NO_POSITION,           // position
+    KX_FILE_READ_FAILED,           // getTime
+    KX_FILE_WRITE_FAILED,          // setTime
+    KX_FILE_READ_FAILED,           // getAttributes
+    KX_FILE_WRITE_FAILED,          // setAttributes
+    KX_FILE_LOCK_FAILED,           // lock
+    KX_FILE_MAP_FAILED,            // map
+    KX_FILE_MAP_FAILED,            // unmap
+    KX_FILE_NO_CURRENT_DIRECTORY,  // currentDirectory
+};
+static_assert(sizeof kOtherErrorCodes / sizeof kOtherErrorCodes[0] ==
+                  static_cast<int>(KX_FileCall::currentDirectory) + 1,
+              "one code for each call");
 
 }  // namespace
 
@@ -118,5 +103,5 @@ int KX_fileCodeForError(KX_FileCall call, int error) {
     if (row.call == call && row.error == error) return row.code;
   }
   if (isAccessDenied(call, error)) return KX_FILE_ACCESS_DENIED;
-  return otherErrorCode(call);
+  return kOtherErrorCodes[static_cast<int>(call)];
 }

@@ -19,9 +19,9 @@ constexpr KX_FileHandle KX_NO_FILE_HANDLE = -1;
 // be kept to take it away again is the length of the view; 0 without one.
 using KX_MapHandle = std::size_t;
 
-// Makes a new empty file with a name of its own choice, starting with "kx_",
-// in `directory`, and gives its name. Like the file it stands for, the file
-// remains when the call is done; it is not kept open.
+// Makes a new empty file in `directory` under a name of its own choice that
+// starts with "kx_", and gives that name. The file is closed again at once
+// and stays until it is removed.
 int KX_makeTemporaryFile(const char* directory, KX_String& chosenName);
 
 // Opens `name` with the access flags. With `create`, the file is made, and
