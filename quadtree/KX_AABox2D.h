@@ -19,7 +19,10 @@ class KX_AABox2D : public KX_Base {
   void copyFrom(const KX_Base* source) override;
 
   // The closed boxes overlap: a shared edge or corner counts.
-  bool intersectsBox(const KX_AABox2D& other) const;
+  // Inline: the quad tree's box queries run it once per object.
+  bool intersectsBox(const KX_AABox2D& other) const {
+    return other.x <= x + width && x <= other.x + other.width && other.y <= y + height && y <= other.y + other.height;
+  }
   // The whole circle lies in the box; touching the outline from inside counts.
   bool containsCircle(const KX_Circle& circle) const;
   // Crossings of the segment (or, without `clipToSegment`, its line) with the
