@@ -210,8 +210,9 @@ bool prepareList(KX_ObjectArray& result, const KX_AABox2D& area, int objectCount
 void* QV_QuadTree::findNearestObjectInAABox(const KX_Point2D& point, const KX_AABox2D& box, KX_ObjectFilter* filter,
                                             int filterData, const KX_ObjectArray* exclude) const {
   NearestSearch nearest{point};
-  auto inBox = [&box](const KX_Point2D& position, const KX_Point2D& size) {
-    return box.intersectsBox(objectBox(position, size));
+  // A private copy, so that the area's fields stay in registers through the loop.
+  auto inBox = [area = box](const KX_Point2D& position, const KX_Point2D& size) {
+    return area.intersectsBox(objectBox(position, size));
   };
   traverse(box, exclude, filter, filterData, examine(inBox, nearest));
   return nearest.best;
@@ -247,8 +248,9 @@ void QV_QuadTree::getObjectListFromAABox(KX_ObjectArray& result, const KX_AABox2
                                          int filterData, const KX_ObjectArray* exclude) const {
   if (!prepareList(result, box, objectCount, bounds)) return;
   ListCollector collect{result};
-  auto inBox = [&box](const KX_Point2D& position, const KX_Point2D& size) {
-    return box.intersectsBox(objectBox(position, size));
+  // A private copy, so that the area's fields stay in registers through the loop.
+  auto inBox = [area = box](const KX_Point2D& position, const KX_Point2D& size) {
+    return area.intersectsBox(objectBox(position, size));
   };
   traverse(box, exclude, filter, filterData, examine(inBox, collect));
 }
