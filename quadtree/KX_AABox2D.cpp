@@ -10,10 +10,6 @@ void KX_AABox2D::copyFrom(const KX_Base* source) {
   height = other->height;
 }
 
-bool KX_AABox2D::intersectsBox(const KX_AABox2D& other) const {
-  return other.x <= x + width && x <= other.x + other.width && other.y <= y + height && y <= other.y + other.height;
-}
-
 bool KX_AABox2D::containsCircle(const KX_Circle& circle) const {
   float dx = circle.x - x;
   float dy = circle.y - y;

@@ -185,3 +185,153 @@ QV_API void Timer_deleteSnapshot(int id);
 /// \param id [in] a live snapshot id.
 /// \return game seconds since the snapshot was created.
 QV_API float Timer_getSnapshotDifference(int id);
+
+// ---------------------------------------------------------------------------
+// QuadTree_: a 2D quad tree over the rectangle (0, 0) to (width, height).
+//
+// The tree is a fixed pyramid of grids made at creation; every object lies in
+// the smallest cell that holds its whole box. Objects are the host's pointers:
+// the tree never dereferences, owns or frees them. The host keeps each
+// object's box (corner x, y and width, height, in world units) and passes the
+// same box to every later call about that object. Boxes beyond the rectangle
+// are accepted and stored as given.
+//
+// Queries share a common tail of arguments:
+//   filter       [in] null, or a callback asked once for each object that lies
+//                in the area and is not excluded, with the object and
+//                filterData; false leaves the object out. It must not change
+//                the tree.
+//   filterData   [in] passed to the filter unchanged.
+//   exclude      [in] null, or excludeCount object pointers to leave out, in
+//                any order, duplicates allowed. Only read, during the call.
+//   excludeCount [in] the number of pointers in exclude; 0 means no exclusion.
+// Nearest queries give the object whose box centre lies closest to (x, y); of
+// equal distances the first one met wins. List queries give objects in the
+// order of the tree: objects of larger or border-crossing boxes (lower levels)
+// first, then cells row by row, then objects by address.
+// Tree handles are not checked, except by QuadTree_delete.
+
+/// Creates the registry of trees. Call once before any other QuadTree_ call.
+QV_API void QuadTree_init();
+
+/// Deletes every tree still registered, then the registry. Call once, after
+/// QuadTree_init; afterwards only QuadTree_init may be called.
+QV_API void QuadTree_exit();
+
+/// Creates and registers an empty tree over (0, 0) to (width, height).
+/// \param width  [in] width of the tree's rectangle, above 0.
+/// \param height [in] height of the tree's rectangle, above 0.
+/// \param levels [in] number of grid levels, 1 or more: level l has 2^l by 2^l
+///        cells, so memory grows with 4^levels whether cells are used or not.
+/// \return the tree's handle; null for levels below 1 or when no memory was left.
+QV_API void* QuadTree_create(float width, float height, int levels);
+
+/// Unregisters and destroys a tree; the objects it listed are untouched.
+/// \param tree [in] a handle from QuadTree_create; a handle that is not
+///        registered (already deleted, or never a tree) is ignored.
+QV_API void QuadTree_delete(void* tree);
+
+/// Enters an object under its box. Adding an object twice enters it twice.
+/// \param tree   [in] a live tree handle.
+/// \param object [in] any pointer; never dereferenced.
+/// \param x, y, width, height [in] the object's box: corner and size.
+QV_API void QuadTree_addObject(void* tree, void* object, float x, float y, float width, float height);
+
+/// Removes one entry of an object.
+/// \param tree   [in] a live tree handle.
+/// \param object [in] the object.
+/// \param x, y, width, height [in] the box it was entered (or last moved)
+///        under; with another box that leads to another cell nothing happens.
+QV_API void QuadTree_removeObject(void* tree, void* object, float x, float y, float width, float height);
+
+/// Moves an object from its old box to a new one.
+/// \param tree   [in] a live tree handle.
+/// \param object [in] the object.
+/// \param oldX, oldY, oldWidth, oldHeight [in] the box it is held under; if
+///        that box does not lead to the object, nothing happens.
+/// \param newX, newY, newWidth, newHeight [in] its new box.
+QV_API void QuadTree_moveObject(void* tree, void* object, float oldX, float oldY, float oldWidth, float oldHeight,
+                                float newX, float newY, float newWidth, float newHeight);
+
+/// Nearest object whose box touches the tree's rectangle.
+/// \param tree [in] a live tree handle.
+/// \param x, y [in] the point distances are measured from.
+/// \param filter, filterData, exclude, excludeCount [in] the common tail.
+/// \return the object, or null.
+QV_API void* QuadTree_findNearestObject(void* tree, float x, float y, bool (*filter)(void*, int), int filterData,
+                                        void** exclude, int excludeCount);
+
+/// Nearest object whose box overlaps a box; touching counts, and a box of
+/// zero width or height finds the objects it touches.
+/// \param tree [in] a live tree handle.
+/// \param x, y [in] the point distances are measured from.
+/// \param boxX, boxY, boxWidth, boxHeight [in] the search box.
+/// \param filter, filterData, exclude, excludeCount [in] the common tail.
+/// \return the object, or null.
+QV_API void* QuadTree_findNearestObjectInAABox(void* tree, float x, float y, float boxX, float boxY, float boxWidth,
+                                               float boxHeight, bool (*filter)(void*, int), int filterData,
+                                               void** exclude, int excludeCount);
+
+/// Nearest object whose box meets a circle (holds it, lies in it, or crosses it).
+/// \param tree [in] a live tree handle.
+/// \param x, y [in] the point distances are measured from.
+/// \param centreX, centreY, radius [in] the circle; radius 0 or more.
+/// \param filter, filterData, exclude, excludeCount [in] the common tail.
+/// \return the object, or null.
+QV_API void* QuadTree_findNearestObjectInCircle(void* tree, float x, float y, float centreX, float centreY,
+                                                float radius, bool (*filter)(void*, int), int filterData,
+                                                void** exclude, int excludeCount);
+
+/// Nearest object in a view triangle: apex at (x, y), height the length of
+/// (directionX, directionY), sides halfAngle to either side of the direction.
+/// Only objects with a box corner in the triangle, or holding all of it, count;
+/// a box that a side of the triangle merely crosses does not.
+/// \param tree [in] a live tree handle.
+/// \param x, y [in] the apex, also the point distances are measured from.
+/// \param directionX, directionY [in] view direction and depth, not zero.
+/// \param halfAngle [in] radians, below a right angle; otherwise null.
+/// \param filter, filterData, exclude, excludeCount [in] the common tail.
+/// \return the object, or null.
+QV_API void* QuadTree_findNearestObjectInSegment(void* tree, float x, float y, float directionX, float directionY,
+                                                 float halfAngle, bool (*filter)(void*, int), int filterData,
+                                                 void** exclude, int excludeCount);
+
+/// Objects whose boxes overlap a box (touching counts).
+/// \param tree [in] a live tree handle.
+/// \param result [out] room for maxResults pointers; nothing is written past them.
+/// \param maxResults [in] the limit; it cuts off the end of the tree's order,
+///        not the farthest objects. The filter still sees every object in the area.
+/// \param boxX, boxY, boxWidth, boxHeight [in] the box; a width or height of
+///        0 or less gives 0 without calling the filter.
+/// \param filter, filterData, exclude, excludeCount [in] the common tail.
+/// \return the number of pointers written to result.
+QV_API int QuadTree_getObjectListFromAABox(void* tree, void** result, int maxResults, float boxX, float boxY,
+                                           float boxWidth, float boxHeight, bool (*filter)(void*, int),
+                                           int filterData, void** exclude, int excludeCount);
+
+/// Objects whose boxes meet a circle (hold it, lie in it, or cross it).
+/// \param tree [in] a live tree handle.
+/// \param result [out] room for maxResults pointers; nothing is written past them.
+/// \param maxResults [in] the limit, as for QuadTree_getObjectListFromAABox.
+/// \param centreX, centreY, radius [in] the circle; a radius of 0 or less
+///        gives 0 without calling the filter.
+/// \param filter, filterData, exclude, excludeCount [in] the common tail.
+/// \return the number of pointers written to result.
+QV_API int QuadTree_getObjectListFromCircle(void* tree, void** result, int maxResults, float centreX, float centreY,
+                                            float radius, bool (*filter)(void*, int), int filterData, void** exclude,
+                                            int excludeCount);
+
+/// Objects whose boxes meet a view triangle (see
+/// QuadTree_findNearestObjectInSegment); here a box that a side crosses counts too.
+/// \param tree [in] a live tree handle.
+/// \param result [out] room for maxResults pointers; nothing is written past them.
+/// \param maxResults [in] the limit, as for QuadTree_getObjectListFromAABox.
+/// \param x, y [in] the apex.
+/// \param directionX, directionY [in] view direction and depth, not zero.
+/// \param halfAngle [in] radians, below a right angle; otherwise 0 results.
+/// \param filter, filterData, exclude, excludeCount [in] the common tail.
+/// \return the number of pointers written to result.
+QV_API int QuadTree_getObjectListFromSegment(void* tree, void** result, int maxResults, float x, float y,
+                                             float directionX, float directionY, float halfAngle,
+                                             bool (*filter)(void*, int), int filterData, void** exclude,
+                                             int excludeCount);
