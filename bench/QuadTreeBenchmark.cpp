@@ -1,5 +1,5 @@
 // The quad tree against a brute-force scan and, where Boost's headers are
-// installed (bench/install-boost.sh), Boost.Geometry's R* R-tree: adding,
+// installed (bench/install-bench-dependencies.sh), Boost.Geometry's R* R-tree: adding,
 // moving and removing 10^5 objects, and box, circle and view-triangle list and
 // nearest queries over small and medium areas, through the exported functions
 // as a host calls them. The R-tree and the scan apply the same shape tests to
