@@ -26,7 +26,7 @@ std::uint32_t referenceChecksum(const std::vector<unsigned char>& image) {
   return sum;
 }
 
-struct ImageSpec {
+struct ImageParts {
   std::vector<std::uint64_t> code;
   std::vector<std::uint32_t> ints, floats, pointers;
   std::uint32_t reserves[3] = {0, 0, 0};
@@ -38,7 +38,7 @@ void put(std::vector<unsigned char>& image, std::uint32_t value) {
   for (int b = 0; b < 4; ++b) image.push_back(static_cast<unsigned char>(value >> (8 * b)));
 }
 
-std::vector<unsigned char> build(const ImageSpec& s) {
+std::vector<unsigned char> build(const ImageParts& s) {
   std::vector<unsigned char> image = {'K', 'X', 'V', 'M'};
   std::uint32_t nameBytes = 0;
   for (const std::string& n : s.names) nameBytes += static_cast<std::uint32_t>(n.size()) + 1;
@@ -75,7 +75,7 @@ class Loader : public LiveBlockTest {
   }
   // A machine in a state no load would make: odd code, memories, registers.
   void dirty() {
-    ImageSpec s;
+    ImageParts s;
     s.code = {0, 0x1234, 0x5678};
     s.ints = {0, 11, 12};
     s.floats = {0, 0x3FC00000};
@@ -119,7 +119,7 @@ TEST_F(Loader, ChecksumSignExtendsEachByteAndShiftsByItsIndexModulo24) {
   // byte changed anywhere from offset 12 fails as checksum unless it cancels.
   std::mt19937 random(7);
   for (int round = 0; round < 40; ++round) {
-    ImageSpec s;
+    ImageParts s;
     for (int i = 0; i < 1 + round % 5; ++i) s.code.push_back((std::uint64_t{random()} << 32 | random()) & ~0x1Full);
     for (int i = 0; i < 30 + round; ++i) s.ints.push_back(random());
     std::vector<unsigned char> image = build(s);
@@ -140,7 +140,7 @@ TEST_F(Loader, ChecksumSignExtendsEachByteAndShiftsByItsIndexModulo24) {
 
 TEST_F(Loader, FailuresAreCheckedInOrderAndLeaveTheMachineAsItWas) {
   dirty();
-  ImageSpec s;
+  ImageParts s;
   s.code = {0, 0};
   const std::vector<unsigned char> good = build(s);
 
@@ -179,7 +179,7 @@ TEST_F(Loader, FailuresAreCheckedInOrderAndLeaveTheMachineAsItWas) {
 }
 
 TEST_F(Loader, SectionsAndReservesMakeTheMemories) {
-  ImageSpec empty;
+  ImageParts empty;
   std::vector<unsigned char> image = build(empty);
   ASSERT_EQ(machine->loadImage(image.data(), nullptr), 0);
   EXPECT_EQ(VM_getCodeSize(handle), 2);
@@ -188,7 +188,7 @@ TEST_F(Loader, SectionsAndReservesMakeTheMemories) {
   EXPECT_EQ(VM_getPointerMemorySize(handle), 1);
   EXPECT_EQ(machine->symbolNames.getCount(), 0);
 
-  ImageSpec s;
+  ImageParts s;
   s.code = {0x0000000000000123};
   s.ints = {};
   s.floats = {0, 0x40000000, 0xC0000000};
@@ -209,7 +209,7 @@ TEST_F(Loader, SectionsAndReservesMakeTheMemories) {
 }
 
 TEST_F(Loader, SymbolsAreFoundInAnyCaseAndCutToEqualLength) {
-  ImageSpec s;
+  ImageParts s;
   s.code = {0, 0, 0, 0};
   s.names = {"alpha", "Beta", "delta", "Gamma", "zeta"};  // ascending without regard to case
   s.addresses = {0x60000001, 0x60000002, 0x60000003, 0x60000003, 7, 99};
@@ -242,7 +242,7 @@ TEST_F(Loader, SymbolsAreFoundInAnyCaseAndCutToEqualLength) {
 }
 
 TEST_F(Loader, ALastNameThatRunsOnIsCutAtTheEndOfTheImage) {
-  ImageSpec s;
+  ImageParts s;
   s.addresses = {5};
   s.names = {"entry"};
   std::vector<unsigned char> image = build(s);
