@@ -107,6 +107,30 @@ constexpr OpcodeGroup kOpcodeTable[kLastGroup + 1] = {
      kShapeRegisterOperand},
 };
 
+// The bank in which a listing shows (and an assembler reads) a group's
+// operand: one of the three banks, or the bank of the word's registerType.
+enum OperandBank : int { kBankInt = 0, kBankFloat = 1, kBankPointer = 2, kBankOwn = -1 };
+
+constexpr OperandBank kOperandBanks[kLastGroup + 1] = {
+    /* 0 HALT */ kBankInt,       /* 1 LOCALS */ kBankInt,       /* 2 PARAM */ kBankOwn,
+    /* 3 RETURN */ kBankInt,     /* 4 COMP */ kBankOwn,         /* 5 WAITcc */ kBankOwn,
+    /* 6 JUMPcc */ kBankPointer, /* 7 CALLcc */ kBankPointer,   /* 8 LOADcc */ kBankOwn,
+    /* 9 STOREcc */ kBankOwn,    /* 10 LOADPTR */ kBankPointer, /* 11 XCHANGEcc */ kBankOwn,
+    /* 12 MUL.. */ kBankOwn,     /* 13 SIN.. */ kBankOwn,       /* 14 SQRT.. */ kBankOwn,
+    /* 15 TRUNC */ kBankOwn,     /* 16 FTOI ITOF */ kBankOwn,   /* 17 SHIFTL.. */ kBankOwn,
+    /* 18 AND.. */ kBankOwn,     /* 19 NEWx */ kBankInt,        /* 20 DELETE */ kBankPointer,
+    /* 21 WATCH */ kBankOwn,     /* 22 TRIGGERcc */ kBankOwn,
+};
+
+// The bank of the operand of a word: FTOI reads a float, ITOF an int, and
+// UNWATCH (group 21, sub type 0) a pointer; the others follow kOperandBanks.
+constexpr int operandBankOf(int group, int subType, int registerType) {
+  if (group == kGroupConvert) return subType == kFtoi ? kBankFloat : kBankInt;
+  if (group == kGroupWatch && subType == 0) return kBankPointer;
+  const OperandBank bank = kOperandBanks[group];
+  return bank == kBankOwn ? registerType : bank;
+}
+
 // The mnemonic of a group and sub type, or null where the table lists none.
 constexpr const char* mnemonicOf(int group, int subType) {
   if (group < 0 || group > kLastGroup || subType < 0 || subType > 7) return nullptr;

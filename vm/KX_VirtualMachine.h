@@ -17,6 +17,7 @@
 #include "foundation/KX_IntArray.h"
 #include "foundation/KX_LongLongArray.h"
 #include "foundation/KX_ObjectArray.h"
+#include "foundation/KX_StringList.h"
 #include "foundation/KX_VoidPtrArray.h"
 #include "vm/KX_VMDecodedWord.h"
 #include "vm/KX_VMInstruction.h"
@@ -120,6 +121,19 @@ class KX_VirtualMachine : public KX_Base {
     return writePointerPlace(in, value);
   }
 
+  // --- Executable images (KX_VirtualMachineLoader.cpp) ---------------------
+  // Validates `image` (magic, version, checksum) and replaces code, memories
+  // and symbols by its contents; then starts at the symbol `entryName`, or
+  // stops when it is null. Returns 0, VM_ERROR_MAGIC, VM_ERROR_VERSION or
+  // VM_ERROR_CHECKSUM, and then the machine is exactly as it was.
+  // `imageSize` below 0 trusts the header: the caller guarantees the header
+  // and the length it gives. Otherwise nothing at or beyond `imageSize`
+  // bytes is read, and an image too short for its header fails.
+  int loadImage(const void* image, const char* entryName, long long imageSize = -1);
+  // The address of a symbol, found by binary search in any letter case; 0
+  // when there is none.
+  int findSymbol(const char* name) const;
+
   // Brings `instruction` up to date with the words fetched from the cache
   // since the last call, so that every field holds what decoding the same
   // words one after the other would have left there.
@@ -160,6 +174,11 @@ class KX_VirtualMachine : public KX_Base {
   bool firstAttempt = false;  // this execution of the pending instruction is its first
   KX_VMInstruction instruction;
   signed char compareResult = 0;  // -1, 0 or +1
+  // The symbol table of the loaded image: names (case-insensitive, in the
+  // image's order) and, index for index, their addresses. Not copied by
+  // copyFrom.
+  KX_StringList symbolNames;
+  KX_IntArray symbolAddresses;
 
  private:
   // One step without bringing `instruction` up to date; execute and step

@@ -103,6 +103,148 @@ QV_API bool VM_isRunning(void* machine);
 QV_API bool VM_execute(void* machine, int steps);
 
 // ---------------------------------------------------------------------------
+// VM_: images and symbols.
+
+/// Loads a script executable image into a machine and starts it at an entry
+/// symbol. The image is checked in this order: its magic "KXVM", its version
+/// (1), its checksum over the length its header gives. A failing image
+/// changes nothing: the machine goes on with what it had. A valid one
+/// replaces the code, the three memories and the symbol table; object tables
+/// stay.
+/// \param machine [in] a live machine handle.
+/// \param image [in] the image's bytes, read only during the call. The
+///        caller guarantees that the block holds the whole header and the
+///        length that the header's counts give.
+/// \param entryName [in] the symbol to start at, in any letter case; an
+///        unknown name starts at code address 0, so that the first VM_execute
+///        fails. Null stops the machine and leaves code pointer, stacks,
+///        registers and watches as they are.
+QV_API void VM_loadExecutable(void* machine, const void* image, const char* entryName);
+
+/// Looks up a symbol of the loaded image, in any letter case.
+/// \param machine [in] a live machine handle.
+/// \param name [in] a NUL-terminated name.
+/// \return the symbol's value as the image holds it (an entry point may carry
+///         the code tag), or 0 if there is none; a symbol whose value is 0
+///         cannot be told from a missing one.
+QV_API int VM_getSymbolAddress(void* machine, const char* name);
+
+// ---------------------------------------------------------------------------
+// VM_: disassembly.
+
+/// Lists one code word as a line of text: the address as a code pointer, with
+/// withCode the word in hexadecimal, the mnemonic padded to ten characters
+/// and the operands, e.g. "60000005:  LOAD      ir1,[spi + 0x00000001]".
+/// A word that does not decode reads "???". Reads the code only; the
+/// machine's state does not change.
+/// \param machine [in] a live machine handle.
+/// \param buffer [out] receives the line, always NUL-terminated; a line that
+///        does not fit is cut. Nothing is written at or beyond bufferSize.
+/// \param bufferSize [in] the size of buffer in bytes; 0 or below writes nothing.
+/// \param address [in] code address, low 29 bits used; should be below
+///        VM_getCodeSize. Beyond the code the buffer receives the empty text.
+/// \param withCode [in] whether to show the word itself.
+QV_API void VM_disassemble(void* machine, char* buffer, int bufferSize, int address, bool withCode);
+
+// ---------------------------------------------------------------------------
+// VM_: registers and memory.
+//
+// Thin accessors; they test nothing. Register numbers are 0 to 7. Memory
+// addresses use their low 29 bits only (a tagged pointer may be passed; its
+// tag is ignored, so a stack pointer reads the memory of its bank, not the
+// stack) and must lie below the size of their memory. They may be called from
+// inside a host operation that VM_execute called; a change takes effect at once.
+
+/// \param machine [in] a live machine handle. \param reg [in] 0 to 7.
+/// \return int register reg.
+QV_API int VM_getIntRegister(void* machine, int reg);
+/// Sets int register reg (0 to 7) of a live machine to value.
+QV_API void VM_setIntRegister(void* machine, int reg, int value);
+/// \param machine [in] a live machine handle. \param reg [in] 0 to 7.
+/// \return float register reg.
+QV_API float VM_getFloatRegister(void* machine, int reg);
+/// Sets float register reg (0 to 7) of a live machine to value.
+QV_API void VM_setFloatRegister(void* machine, int reg, float value);
+/// \param machine [in] a live machine handle. \param reg [in] 0 to 7.
+/// \return pointer register reg, the whole tagged pointer.
+QV_API int VM_getPointerRegister(void* machine, int reg);
+/// Sets pointer register reg (0 to 7) of a live machine to value as it is:
+/// the caller supplies the tag (a VM_PointerType ORed with the address).
+QV_API void VM_setPointerRegister(void* machine, int reg, int value);
+/// \param machine [in] a live machine handle.
+/// \return the code address of the current instruction, without tag.
+QV_API int VM_getCodePointerRegister(void* machine);
+
+/// \param machine [in] a live machine handle.
+/// \return the number of code words (a fresh machine has 2).
+QV_API int VM_getCodeSize(void* machine);
+/// \param machine [in] a live machine handle.
+/// \return the number of int memory cells, cell 0 included.
+QV_API int VM_getIntMemorySize(void* machine);
+/// \param machine [in] a live machine handle.
+/// \return the number of float memory cells, cell 0 included.
+QV_API int VM_getFloatMemorySize(void* machine);
+/// \param machine [in] a live machine handle.
+/// \return the number of pointer memory cells, cell 0 included.
+QV_API int VM_getPointerMemorySize(void* machine);
+
+/// \param machine [in] a live machine handle.
+/// \param address [in] int memory cell, low 29 bits used, below VM_getIntMemorySize.
+/// \return the cell.
+QV_API int VM_getIntMemory(void* machine, int address);
+/// Sets an int memory cell (address: low 29 bits, below VM_getIntMemorySize).
+QV_API void VM_setIntMemory(void* machine, int address, int value);
+/// \param machine [in] a live machine handle.
+/// \param address [in] float memory cell, low 29 bits used, below VM_getFloatMemorySize.
+/// \return the cell.
+QV_API float VM_getFloatMemory(void* machine, int address);
+/// Sets a float memory cell (address: low 29 bits, below VM_getFloatMemorySize).
+QV_API void VM_setFloatMemory(void* machine, int address, float value);
+/// \param machine [in] a live machine handle.
+/// \param address [in] pointer memory cell, low 29 bits used, below VM_getPointerMemorySize.
+/// \return the address part of the tagged pointer in the cell (its low 29
+///         bits), unlike VM_getPointerRegister, which gives the tag too.
+QV_API int VM_getPointerMemory(void* machine, int address);
+/// \param machine [in] a live machine handle.
+/// \param address [in] pointer memory cell, low 29 bits used, below VM_getPointerMemorySize.
+/// \return the tag of the pointer in the cell, in place (cell AND 0xE0000000).
+QV_API VM_PointerType VM_getPointerMemoryPointerType(void* machine, int address);
+/// Stores a pointer into int memory in a pointer memory cell: the cell becomes
+/// value (the int tag is 0). value is not masked.
+/// \param address [in] pointer memory cell, low 29 bits used.
+/// \param value [in] the int memory address the pointer points at.
+QV_API void VM_setPointerMemoryInt(void* machine, int address, int value);
+/// Stores a pointer into float memory: the cell becomes value OR
+/// VM_POINTER_FLOAT. value is an address, not a float, and is not masked.
+/// \param address [in] pointer memory cell, low 29 bits used.
+/// \param value [in] the float memory address the pointer points at.
+QV_API void VM_setPointerMemoryFloat(void* machine, int address, int value);
+/// Stores a pointer into pointer memory: the cell becomes value OR
+/// VM_POINTER_POINTER. value is not masked.
+/// \param address [in] pointer memory cell, low 29 bits used.
+/// \param value [in] the pointer memory address the pointer points at.
+QV_API void VM_setPointerMemoryPointer(void* machine, int address, int value);
+
+/// Copies a string out of int memory: bytes packed four to a cell, the first
+/// in the cell's low byte, ended by a zero byte (at the latest behind the
+/// memory's last cell).
+/// \param machine [in] a live machine handle.
+/// \param address [in] the string's first cell, low 29 bits used, below
+///        VM_getIntMemorySize.
+/// \param buffer [out] receives the string; the rest of it is zero-filled and
+///        buffer[bufferSize - 1] is always 0, so a longer string is cut to
+///        bufferSize - 1 characters.
+/// \param bufferSize [in] size of buffer in bytes, 1 or more.
+QV_API void VM_getIntMemoryString(void* machine, int address, char* buffer, int bufferSize);
+/// Writes a string into int memory, packed as VM_getIntMemoryString reads it,
+/// followed by a zero cell: a text of length L takes ceil(L / 4) + 1 cells.
+/// \param machine [in] a live machine handle.
+/// \param address [in] the first cell, low 29 bits used. The caller makes
+///        sure that all the cells lie inside int memory (VM_getIntMemorySize).
+/// \param text [in] NUL-terminated text.
+QV_API void VM_setIntMemoryString(void* machine, int address, const char* text);
+
+// ---------------------------------------------------------------------------
 // Timer_: the game clock, with stopwatches (snapshots) and polled periodic
 // events.
 //
