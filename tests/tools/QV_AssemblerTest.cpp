@@ -19,10 +19,7 @@
 
 namespace {
 
-std::string sourceDir() {
-  const char* dir = std::getenv("QV_SOURCE_DIR");
-  return dir != nullptr ? dir : ".";
-}
+std::string sourceDir() { return QV_SOURCE_DIR; }
 
 std::string readFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
