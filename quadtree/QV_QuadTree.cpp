@@ -40,8 +40,8 @@ QV_QuadTree::QV_QuadTree(const KX_AABox2D& box, int levelCount, int expectedObje
   int growStep = cellCount > 0 ? expectedObjects / cellCount : 0;
   if (growStep <= 0) growStep = kDefaultCellGrowStep;
   if (growStep > kMaxCellGrowStep) growStep = kMaxCellGrowStep;
-  makeCells(growStep);
   bounds.copyFrom(&box);
+  makeCells(growStep);
   objectCount = 0;
   float deepestSide = static_cast<float>(1 << (levelCount > 0 ? levelCount - 1 : 0));
   cellsPerUnitX = deepestSide / bounds.width;
@@ -66,6 +66,7 @@ void QV_QuadTree::copyFrom(const KX_Base* source) {
   bounds.copyFrom(&other->bounds);
   cellsPerUnitX = other->cellsPerUnitX;
   cellsPerUnitY = other->cellsPerUnitY;
+  // The cells' copies bring their middle lines and reach along.
   makeCells(kDefaultCellGrowStep);
   for (int i = 0; i < cellCount; ++i) cells[i].copyFrom(&other->cells[i]);
 }
@@ -76,6 +77,17 @@ void QV_QuadTree::makeCells(int growStep) {
   KX_allocateMemoryBlock(static_cast<unsigned int>(sizeof(QV_QuadTreeCell) * cellCount), &block);
   cells = static_cast<QV_QuadTreeCell*>(block);
   for (int i = 0; i < cellCount; ++i) ::new (static_cast<void*>(cells + i)) QV_QuadTreeCell(growStep);
+  // Each cell's vertical middle line, for the grouping of its reach.
+  for (int level = 0; level < levels.getCount(); ++level) {
+    const KX_2DIntArray& grid = getGrid(level);
+    int side = 1 << level;
+    float cellWidth = bounds.width / static_cast<float>(side);
+    for (int row = 0; row < side; ++row) {
+      for (int column = 0; column < side; ++column) {
+        cells[grid.at(column, row)].middleX = bounds.x + (static_cast<float>(column) + 0.5f) * cellWidth;
+      }
+    }
+  }
 }
 
 void QV_QuadTree::destroyCells() {
@@ -136,16 +148,25 @@ void QV_QuadTree::addObject(void* object, const KX_Point2D& position, const KX_P
   cell.objects.insert(at, object);
   cell.positions.insert(at, position);
   cell.sizes.insert(at, size);
+  cell.includeInReach(position, size);
   ++objectCount;
+}
+
+// Takes the entry at `index` out of the cell's three arrays. The stored box,
+// not the host's, tells whether the reach may shrink: a host box that leads
+// to the same cell may differ from it.
+void QV_QuadTree::removeEntry(QV_QuadTreeCell& cell, int index) {
+  cell.boxLeaving(index);
+  cell.objects.remove(index);
+  cell.positions.remove(index);
+  cell.sizes.remove(index);
 }
 
 void QV_QuadTree::removeObject(void* object, const KX_Point2D& position, const KX_Point2D& size) {
   QV_QuadTreeCell& cell = cellAt(locateCell(position, size));
   int index = cell.objects.findSorted(object);
   if (index < 0) return;
-  cell.objects.remove(index);
-  cell.positions.remove(index);
-  cell.sizes.remove(index);
+  removeEntry(cell, index);
   --objectCount;
 }
 
@@ -156,17 +177,18 @@ void QV_QuadTree::moveObject(void* object, const KX_Point2D& oldPosition, const 
   int index = from.objects.findSorted(object);
   if (index < 0) return;
   if (&from == &to) {
+    from.boxLeaving(index);
     from.positions.set(index, newPosition);
     from.sizes.set(index, newSize);
+    from.includeInReach(newPosition, newSize);
     return;
   }
-  from.objects.remove(index);
-  from.positions.remove(index);
-  from.sizes.remove(index);
+  removeEntry(from, index);
   int at = to.objects.findInsertPosition(object);
   to.objects.insert(at, object);
   to.positions.insert(at, newPosition);
   to.sizes.insert(at, newSize);
+  to.includeInReach(newPosition, newSize);
 }
 
 bool QV_QuadTree::validate() const {
@@ -191,6 +213,7 @@ bool QV_QuadTree::validate() const {
       if (j > 0 && KX_ArrayDefaultComparator<void*>::isLess(cell.objects.at(j), cell.objects.at(j - 1))) return false;
       if (&cellAt(locateCell(cell.positions.at(j), cell.sizes.at(j))) != &cell) return false;
     }
+    if (!cell.reachStale && !cell.isReachExact()) return false;
     total += n;
   }
   return total == objectCount;

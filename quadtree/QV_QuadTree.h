@@ -77,7 +77,9 @@ class QV_QuadTree : public KX_Base {
 
   // Checks the invariants: each entry in the cell its box locates, parallel
   // arrays, ascending addresses in each cell, grids numbering the cells in
-  // order, and objectCount. Returns false at the first broken one.
+  // order, objectCount, and each cell's reach exactly that of its boxes
+  // unless marked stale.
+  // Returns false at the first broken one.
   bool validate() const;
 
   // One grid per level, level 0 first; entries are indices into `cells`.
@@ -94,6 +96,7 @@ class QV_QuadTree : public KX_Base {
  private:
   void makeCells(int growStep);
   void destroyCells();
+  void removeEntry(QV_QuadTreeCell& cell, int index);
   // Deepest-level column or row of a coordinate already relative to the
   // bounds' corner, truncated towards zero.
   static int toCellIndex(float scaled);
