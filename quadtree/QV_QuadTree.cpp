@@ -66,9 +66,9 @@ void QV_QuadTree::copyFrom(const KX_Base* source) {
   bounds.copyFrom(&other->bounds);
   cellsPerUnitX = other->cellsPerUnitX;
   cellsPerUnitY = other->cellsPerUnitY;
-  // The cells' copies bring their middle lines and reach along.
   makeCells(kDefaultCellGrowStep);
   for (int i = 0; i < cellCount; ++i) cells[i].copyFrom(&other->cells[i]);
+  for (int i = 0; i < cellCount; ++i) reaches[i] = other->reaches[i];
 }
 
 // One block for all cells, built in place: no cell is allocated on its own.
@@ -77,6 +77,8 @@ void QV_QuadTree::makeCells(int growStep) {
   KX_allocateMemoryBlock(static_cast<unsigned int>(sizeof(QV_QuadTreeCell) * cellCount), &block);
   cells = static_cast<QV_QuadTreeCell*>(block);
   for (int i = 0; i < cellCount; ++i) ::new (static_cast<void*>(cells + i)) QV_QuadTreeCell(growStep);
+  KX_allocateMemoryBlock(static_cast<unsigned int>(sizeof(QV_QuadTreeCellReach) * cellCount), &block);
+  reaches = static_cast<QV_QuadTreeCellReach*>(block);
   // Each cell's vertical middle line, for the grouping of its reach.
   for (int level = 0; level < levels.getCount(); ++level) {
     const KX_2DIntArray& grid = getGrid(level);
@@ -84,7 +86,7 @@ void QV_QuadTree::makeCells(int growStep) {
     float cellWidth = bounds.width / static_cast<float>(side);
     for (int row = 0; row < side; ++row) {
       for (int column = 0; column < side; ++column) {
-        cells[grid.at(column, row)].middleX = bounds.x + (static_cast<float>(column) + 0.5f) * cellWidth;
+        reaches[grid.at(column, row)].reset(bounds.x + (static_cast<float>(column) + 0.5f) * cellWidth);
       }
     }
   }
@@ -95,6 +97,8 @@ void QV_QuadTree::destroyCells() {
   for (int i = 0; i < cellCount; ++i) cells[i].~QV_QuadTreeCell();
   KX_freeMemoryBlock(cells);
   cells = nullptr;
+  KX_freeMemoryBlock(reaches);
+  reaches = nullptr;
 }
 
 // Coordinates far beyond the tree would overflow the conversion; they are held
@@ -148,7 +152,7 @@ void QV_QuadTree::addObject(void* object, const KX_Point2D& position, const KX_P
   cell.objects.insert(at, object);
   cell.positions.insert(at, position);
   cell.sizes.insert(at, size);
-  cell.includeInReach(position, size);
+  reaches[&cell - cells].include(position, size);
   ++objectCount;
 }
 
@@ -156,7 +160,7 @@ void QV_QuadTree::addObject(void* object, const KX_Point2D& position, const KX_P
 // not the host's, tells whether the reach may shrink: a host box that leads
 // to the same cell may differ from it.
 void QV_QuadTree::removeEntry(QV_QuadTreeCell& cell, int index) {
-  cell.boxLeaving(index);
+  reaches[&cell - cells].boxLeaving(cell, index);
   cell.objects.remove(index);
   cell.positions.remove(index);
   cell.sizes.remove(index);
@@ -177,10 +181,11 @@ void QV_QuadTree::moveObject(void* object, const KX_Point2D& oldPosition, const 
   int index = from.objects.findSorted(object);
   if (index < 0) return;
   if (&from == &to) {
-    from.boxLeaving(index);
+    QV_QuadTreeCellReach& reach = reaches[&from - cells];
+    reach.boxLeaving(from, index);
     from.positions.set(index, newPosition);
     from.sizes.set(index, newSize);
-    from.includeInReach(newPosition, newSize);
+    reach.include(newPosition, newSize);
     return;
   }
   removeEntry(from, index);
@@ -188,7 +193,7 @@ void QV_QuadTree::moveObject(void* object, const KX_Point2D& oldPosition, const 
   to.objects.insert(at, object);
   to.positions.insert(at, newPosition);
   to.sizes.insert(at, newSize);
-  to.includeInReach(newPosition, newSize);
+  reaches[&to - cells].include(newPosition, newSize);
 }
 
 bool QV_QuadTree::validate() const {
@@ -213,7 +218,7 @@ bool QV_QuadTree::validate() const {
       if (j > 0 && KX_ArrayDefaultComparator<void*>::isLess(cell.objects.at(j), cell.objects.at(j - 1))) return false;
       if (&cellAt(locateCell(cell.positions.at(j), cell.sizes.at(j))) != &cell) return false;
     }
-    if (!cell.reachStale && !cell.isReachExact()) return false;
+    if (!reaches[i].stale && !reaches[i].isExact(cell)) return false;
     total += n;
   }
   return total == objectCount;

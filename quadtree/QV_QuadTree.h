@@ -17,6 +17,7 @@
 #include "quadtree/KX_Circle.h"
 #include "quadtree/KX_ObjectFilter.h"
 #include "quadtree/QV_QuadTreeCell.h"
+#include "quadtree/QV_QuadTreeCellReach.h"
 
 class QV_QuadTree : public KX_Base {
  public:
@@ -86,6 +87,10 @@ class QV_QuadTree : public KX_Base {
   KX_ObjectArray levels;
   // All cells of all levels, level by level, row by row, column by column.
   QV_QuadTreeCell* cells = nullptr;
+  // Where the objects of each cell reach, at the cell's index: a small block
+  // that queries read before they touch a cell. Queries bring stale records
+  // up to date, so they change under a const tree (one thread at a time).
+  QV_QuadTreeCellReach* reaches = nullptr;
   int cellCount = 0;
   int objectCount = 0;
   KX_AABox2D bounds;

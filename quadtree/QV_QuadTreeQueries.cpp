@@ -37,10 +37,10 @@ struct BoxReach {
   explicit BoxReach(const KX_AABox2D& area)
       : left(area.x), bottom(area.y), right(area.x + area.width), top(area.y + area.height) {}
 
-  bool operator()(const QV_QuadTreeCell& cell) const {
-    const QV_QuadTreeCell::Reach* reach = cell.getReach();
+  bool operator()(QV_QuadTreeCellReach& reach, const QV_QuadTreeCell& cell) const {
+    const QV_QuadTreeCellReach::Box* groups = reach.get(cell);
     for (int g = 0; g < 2; ++g) {
-      const QV_QuadTreeCell::Reach& group = reach[g];
+      const QV_QuadTreeCellReach::Box& group = groups[g];
       if (!(group.minX > right || group.maxX < left || group.minY > top || group.maxY < bottom)) return true;
     }
     return false;
@@ -104,10 +104,10 @@ struct CirclePretest {
   // (monotonic) subtraction of the centre its a and b lie between the group's,
   // and its sum is at most twice the group's: the group's limit is at least
   // each box's, and a group beyond it holds only boxes that `excludes` passes over.
-  bool reaches(const QV_QuadTreeCell& cell) const {
-    const QV_QuadTreeCell::Reach* reach = cell.getReach();
+  bool reaches(QV_QuadTreeCellReach& reach, const QV_QuadTreeCell& cell) const {
+    const QV_QuadTreeCellReach::Box* groups = reach.get(cell);
     for (int g = 0; g < 2; ++g) {
-      const QV_QuadTreeCell::Reach& group = reach[g];
+      const QV_QuadTreeCellReach::Box& group = groups[g];
       float ax = group.minX - centreX;
       float bx = group.maxX - centreX;
       float ay = group.minY - centreY;
@@ -249,8 +249,9 @@ void QV_QuadTree::traverse(const KX_AABox2D& area, const KX_ObjectArray* exclude
     for (int row = firstRow; row <= lastRow; ++row) {
       const int* gridRow = grid.getRow(row);
       for (int column = firstColumn; column <= lastColumn; ++column) {
-        const QV_QuadTreeCell& cell = cells[gridRow[column]];
-        if (!accept.reaches(cell)) continue;
+        int index = gridRow[column];
+        const QV_QuadTreeCell& cell = cells[index];
+        if (!accept.reaches(reaches[index], cell)) continue;
         int n = cell.objects.getCount();
         void* const* objects = cell.objects.getBuffer();
         const KX_Point2D* positions = cell.positions.getBuffer();
@@ -286,7 +287,7 @@ Examiner<Reach, Shape, Action> examine(Reach reach, Shape shape, Action& action)
 
 // Every cell may hold objects that pass.
 struct AnyCell {
-  bool operator()(const QV_QuadTreeCell&) const { return true; }
+  bool operator()(QV_QuadTreeCellReach&, const QV_QuadTreeCell&) const { return true; }
 };
 
 struct ListCollector {
@@ -330,7 +331,9 @@ void* QV_QuadTree::findNearestObjectInCircle(const KX_Point2D& point, const KX_C
   auto inCircle = [&circle, pretest](const KX_Point2D& position, const KX_Point2D& size) {
     return !pretest.excludes(position, size) && circleMeetsBox(circle, position, size);
   };
-  auto reach = [pretest](const QV_QuadTreeCell& cell) { return pretest.reaches(cell); };
+  auto reach = [pretest](QV_QuadTreeCellReach& bounds, const QV_QuadTreeCell& cell) {
+    return pretest.reaches(bounds, cell);
+  };
   traverse(circleArea(circle), exclude, filter, filterData, examine(reach, inCircle, nearest));
   return nearest.best;
 }
@@ -371,7 +374,9 @@ void QV_QuadTree::getObjectListFromCircle(KX_ObjectArray& result, const KX_Circl
   auto inCircle = [&circle, pretest](const KX_Point2D& position, const KX_Point2D& size) {
     return !pretest.excludes(position, size) && circleMeetsBox(circle, position, size);
   };
-  auto reach = [pretest](const QV_QuadTreeCell& cell) { return pretest.reaches(cell); };
+  auto reach = [pretest](QV_QuadTreeCellReach& bounds, const QV_QuadTreeCell& cell) {
+    return pretest.reaches(bounds, cell);
+  };
   traverse(area, exclude, filter, filterData, examine(reach, inCircle, collect));
 }
 

@@ -171,25 +171,27 @@ TEST_F(QuadTreeStructureTest, CellReachStaysExactThroughChangesAndQueries) {
   QV_QuadTree tree(KX_AABox2D(0, 0, 64, 64), 3, 0);
   KX_Point2D size{2, 2};
   QV_QuadTreeCell& cell = tree.cellAt(tree.locateCell(KX_Point2D{1, 1}, size));
+  QV_QuadTreeCellReach& reach = tree.reaches[&cell - tree.cells];
   for (int i : {1, 2, 3}) tree.addObject(&objects[i], KX_Point2D{float(2 * i - 1), float(i)}, size);
   ASSERT_TRUE(tree.validate());
-  const QV_QuadTreeCell::Reach& right = cell.reach[cell.groupOf(KX_Point2D{5, 3}, size)];
+  const QV_QuadTreeCellReach::Box& right = reach.group[reach.groupOf(KX_Point2D{5, 3}, size)];
   EXPECT_EQ(right.maxX, 7.0f);
   tree.removeObject(&objects[2], KX_Point2D{3, 2}, size);
-  EXPECT_FALSE(cell.reachStale) << "a box inside the bounds leaves them as they are";
+  EXPECT_FALSE(reach.stale) << "a box inside the bounds leaves them as they are";
   EXPECT_TRUE(tree.validate());
   tree.moveObject(&objects[3], KX_Point2D{5, 3}, size, KX_Point2D{4, 3}, size);
-  EXPECT_TRUE(cell.reachStale) << "the box that held the right bound moved inwards";
+  EXPECT_TRUE(reach.stale) << "the box that held the right bound moved inwards";
   KX_ObjectArray found;
   tree.getObjectListFromAABox(found, KX_AABox2D(6.5f, 0, 1, 10), nullptr, 0, nullptr);
   EXPECT_EQ(found.getCount(), 0) << "the box moved away from the area";
-  EXPECT_FALSE(cell.reachStale) << "the query brought the bounds up to date";
+  EXPECT_FALSE(reach.stale) << "the query brought the bounds up to date";
   EXPECT_EQ(right.maxX, 6.0f);
   EXPECT_TRUE(tree.validate());
-  cell.reach[0].minY += 0.5f;
-  cell.reach[1].minY += 0.5f;
+  reach.group[0].minY += 0.5f;
+  reach.group[1].minY += 0.5f;
   EXPECT_FALSE(tree.validate()) << "bounds that are not those of the boxes";
-  cell.recomputeReach();
+  reach.recompute(cell);
+  EXPECT_TRUE(tree.validate());
 
   // Random changes, NaN and negative sizes included: after a query over the
   // whole tree every cell's bounds are exact, and the query found every box
@@ -223,8 +225,9 @@ TEST_F(QuadTreeStructureTest, CellReachStaysExactThroughChangesAndQueries) {
     plain.copyFrom(&big);
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
     for (int i = 0; i < plain.cellCount; ++i) {
-      plain.cells[i].reachStale = false;
-      for (QV_QuadTreeCell::Reach& group : plain.cells[i].reach) group = {-kInfinity, -kInfinity, kInfinity, kInfinity};
+      plain.reaches[i].stale = false;
+      for (QV_QuadTreeCellReach::Box& group : plain.reaches[i].group)
+        group = {-kInfinity, -kInfinity, kInfinity, kInfinity};
     }
     KX_ObjectArray expected;
     for (int query = 0; query < 10; ++query) {
@@ -246,7 +249,7 @@ TEST_F(QuadTreeStructureTest, CellReachStaysExactThroughChangesAndQueries) {
                 plain.findNearestObjectInCircle(point, circle, nullptr, 0, nullptr));
     }
     big.getObjectListFromAABox(found, KX_AABox2D(-1e30f, -1e30f, 2e30f, 2e30f), nullptr, 0, nullptr);
-    for (int i = 0; i < big.cellCount; ++i) ASSERT_TRUE(big.cells[i].isReachExact()) << "cell " << i;
+    for (int i = 0; i < big.cellCount; ++i) ASSERT_TRUE(big.reaches[i].isExact(big.cells[i])) << "cell " << i;
   }
   EXPECT_GT(compared, 500) << "the random areas find objects";
 }
