@@ -102,6 +102,7 @@ class QV_QuadTree : public KX_Base {
   void makeCells(int growStep);
   void destroyCells();
   void removeEntry(QV_QuadTreeCell& cell, int index);
+  void prefetchReach(const QV_QuadTreeCell& cell) const;
   // Deepest-level column or row of a coordinate already relative to the
   // bounds' corner, truncated towards zero.
   static int toCellIndex(float scaled);
