@@ -79,8 +79,7 @@ class QV_QuadTree : public KX_Base {
   // Checks the invariants: each entry in the cell its box locates, parallel
   // arrays, ascending addresses in each cell, grids numbering the cells in
   // order, objectCount, and each cell's reach exactly that of its boxes
-  // unless marked stale.
-  // Returns false at the first broken one.
+  // unless marked stale. Returns false at the first broken one.
   bool validate() const;
 
   // One grid per level, level 0 first; entries are indices into `cells`.
