@@ -40,8 +40,8 @@ QV_QuadTree::QV_QuadTree(const KX_AABox2D& box, int levelCount, int expectedObje
   int growStep = cellCount > 0 ? expectedObjects / cellCount : 0;
   if (growStep <= 0) growStep = kDefaultCellGrowStep;
   if (growStep > kMaxCellGrowStep) growStep = kMaxCellGrowStep;
-  makeCells(growStep);
   bounds.copyFrom(&box);
+  makeCells(growStep);
   objectCount = 0;
   float deepestSide = static_cast<float>(1 << (levelCount > 0 ? levelCount - 1 : 0));
   cellsPerUnitX = deepestSide / bounds.width;
@@ -68,6 +68,7 @@ void QV_QuadTree::copyFrom(const KX_Base* source) {
   cellsPerUnitY = other->cellsPerUnitY;
   makeCells(kDefaultCellGrowStep);
   for (int i = 0; i < cellCount; ++i) cells[i].copyFrom(&other->cells[i]);
+  for (int i = 0; i < cellCount; ++i) reaches[i] = other->reaches[i];
 }
 
 // One block for all cells, built in place: no cell is allocated on its own.
@@ -76,6 +77,19 @@ void QV_QuadTree::makeCells(int growStep) {
   KX_allocateMemoryBlock(static_cast<unsigned int>(sizeof(QV_QuadTreeCell) * cellCount), &block);
   cells = static_cast<QV_QuadTreeCell*>(block);
   for (int i = 0; i < cellCount; ++i) ::new (static_cast<void*>(cells + i)) QV_QuadTreeCell(growStep);
+  KX_allocateMemoryBlock(static_cast<unsigned int>(sizeof(QV_QuadTreeCellReach) * cellCount), &block);
+  reaches = static_cast<QV_QuadTreeCellReach*>(block);
+  // Each cell's vertical middle line, for the grouping of its reach.
+  for (int level = 0; level < levels.getCount(); ++level) {
+    const KX_2DIntArray& grid = getGrid(level);
+    int side = 1 << level;
+    float cellWidth = bounds.width / static_cast<float>(side);
+    for (int row = 0; row < side; ++row) {
+      for (int column = 0; column < side; ++column) {
+        reaches[grid.at(column, row)].reset(bounds.x + (static_cast<float>(column) + 0.5f) * cellWidth);
+      }
+    }
+  }
 }
 
 void QV_QuadTree::destroyCells() {
@@ -83,6 +97,8 @@ void QV_QuadTree::destroyCells() {
   for (int i = 0; i < cellCount; ++i) cells[i].~QV_QuadTreeCell();
   KX_freeMemoryBlock(cells);
   cells = nullptr;
+  KX_freeMemoryBlock(reaches);
+  reaches = nullptr;
 }
 
 // Coordinates far beyond the tree would overflow the conversion; they are held
@@ -130,22 +146,43 @@ QV_QuadTree::Location QV_QuadTree::locateCell(const KX_Point2D& position, const 
   return Location{level, clampIndex(x0 >> shift, last), clampIndex(y0 >> shift, last)};
 }
 
+// The reach record lies apart from the cell: its load is started first, so
+// that it overlaps the search in the cell's arrays.
+void QV_QuadTree::prefetchReach(const QV_QuadTreeCell& cell) const {
+#if defined(__GNUC__)
+  __builtin_prefetch(reaches + (&cell - cells), 1);
+#else
+  (void)cell;
+#endif
+}
+
 void QV_QuadTree::addObject(void* object, const KX_Point2D& position, const KX_Point2D& size) {
   QV_QuadTreeCell& cell = cellAt(locateCell(position, size));
+  prefetchReach(cell);
   int at = cell.objects.findInsertPosition(object);
   cell.objects.insert(at, object);
   cell.positions.insert(at, position);
   cell.sizes.insert(at, size);
+  reaches[&cell - cells].include(position, size);
   ++objectCount;
+}
+
+// Takes the entry at `index` out of the cell's three arrays. The stored box,
+// not the host's, tells whether the reach may shrink: a host box that leads
+// to the same cell may differ from it.
+void QV_QuadTree::removeEntry(QV_QuadTreeCell& cell, int index) {
+  reaches[&cell - cells].boxLeaving(cell, index);
+  cell.objects.remove(index);
+  cell.positions.remove(index);
+  cell.sizes.remove(index);
 }
 
 void QV_QuadTree::removeObject(void* object, const KX_Point2D& position, const KX_Point2D& size) {
   QV_QuadTreeCell& cell = cellAt(locateCell(position, size));
+  prefetchReach(cell);
   int index = cell.objects.findSorted(object);
   if (index < 0) return;
-  cell.objects.remove(index);
-  cell.positions.remove(index);
-  cell.sizes.remove(index);
+  removeEntry(cell, index);
   --objectCount;
 }
 
@@ -153,20 +190,24 @@ void QV_QuadTree::moveObject(void* object, const KX_Point2D& oldPosition, const 
                              const KX_Point2D& newPosition, const KX_Point2D& newSize) {
   QV_QuadTreeCell& from = cellAt(locateCell(oldPosition, oldSize));
   QV_QuadTreeCell& to = cellAt(locateCell(newPosition, newSize));
+  prefetchReach(from);
+  prefetchReach(to);
   int index = from.objects.findSorted(object);
   if (index < 0) return;
   if (&from == &to) {
+    QV_QuadTreeCellReach& reach = reaches[&from - cells];
+    reach.boxLeaving(from, index);
     from.positions.set(index, newPosition);
     from.sizes.set(index, newSize);
+    reach.include(newPosition, newSize);
     return;
   }
-  from.objects.remove(index);
-  from.positions.remove(index);
-  from.sizes.remove(index);
+  removeEntry(from, index);
   int at = to.objects.findInsertPosition(object);
   to.objects.insert(at, object);
   to.positions.insert(at, newPosition);
   to.sizes.insert(at, newSize);
+  reaches[&to - cells].include(newPosition, newSize);
 }
 
 bool QV_QuadTree::validate() const {
@@ -191,6 +232,7 @@ bool QV_QuadTree::validate() const {
       if (j > 0 && KX_ArrayDefaultComparator<void*>::isLess(cell.objects.at(j), cell.objects.at(j - 1))) return false;
       if (&cellAt(locateCell(cell.positions.at(j), cell.sizes.at(j))) != &cell) return false;
     }
+    if (!reaches[i].stale && !reaches[i].isExact(cell)) return false;
     total += n;
   }
   return total == objectCount;

@@ -17,6 +17,7 @@
 #include "quadtree/KX_Circle.h"
 #include "quadtree/KX_ObjectFilter.h"
 #include "quadtree/QV_QuadTreeCell.h"
+#include "quadtree/QV_QuadTreeCellReach.h"
 
 class QV_QuadTree : public KX_Base {
  public:
@@ -77,13 +78,18 @@ class QV_QuadTree : public KX_Base {
 
   // Checks the invariants: each entry in the cell its box locates, parallel
   // arrays, ascending addresses in each cell, grids numbering the cells in
-  // order, and objectCount. Returns false at the first broken one.
+  // order, objectCount, and each cell's reach exactly that of its boxes
+  // unless marked stale. Returns false at the first broken one.
   bool validate() const;
 
   // One grid per level, level 0 first; entries are indices into `cells`.
   KX_ObjectArray levels;
   // All cells of all levels, level by level, row by row, column by column.
   QV_QuadTreeCell* cells = nullptr;
+  // Where the objects of each cell reach, at the cell's index: a small block
+  // that queries read before they touch a cell. Queries bring stale records
+  // up to date, so they change under a const tree (one thread at a time).
+  QV_QuadTreeCellReach* reaches = nullptr;
   int cellCount = 0;
   int objectCount = 0;
   KX_AABox2D bounds;
@@ -94,6 +100,8 @@ class QV_QuadTree : public KX_Base {
  private:
   void makeCells(int growStep);
   void destroyCells();
+  void removeEntry(QV_QuadTreeCell& cell, int index);
+  void prefetchReach(const QV_QuadTreeCell& cell) const;
   // Deepest-level column or row of a coordinate already relative to the
   // bounds' corner, truncated towards zero.
   static int toCellIndex(float scaled);

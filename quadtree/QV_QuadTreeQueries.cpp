@@ -3,6 +3,7 @@
 // is tested against the query's shape, then the exclusion list, then the filter.
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 #include "geometry/KX_Polygon2D.h"
 #include "quadtree/QV_QuadTree.h"
@@ -21,6 +22,102 @@ int clampToGrid(int index, int last) {
 KX_AABox2D objectBox(const KX_Point2D& position, const KX_Point2D& size) {
   return KX_AABox2D(position.x, position.y, size.x, size.y);
 }
+
+// Whether a box query can meet an object of the cell: an object that passes
+// `intersectsBox` has x <= the area's right end and x + width >= its x, and
+// both ends lie within its group's bounds, so a group whose lowest x lies
+// right of the area, or whose highest x left of it (likewise on y), holds no
+// such object. NaN in the area fails every comparison and passes the cell on.
+struct BoxReach {
+  float left;
+  float bottom;
+  float right;
+  float top;
+
+  explicit BoxReach(const KX_AABox2D& area)
+      : left(area.x), bottom(area.y), right(area.x + area.width), top(area.y + area.height) {}
+
+  bool operator()(QV_QuadTreeCellReach& reach, const QV_QuadTreeCell& cell) const {
+    const QV_QuadTreeCellReach::Box* groups = reach.get(cell);
+    for (int g = 0; g < 2; ++g) {
+      const QV_QuadTreeCellReach::Box& group = groups[g];
+      if (!(group.minX > right || group.maxX < left || group.minY > top || group.maxY < bottom)) return true;
+    }
+    return false;
+  }
+};
+
+// A cheap test that passes every object the exact circle test can accept, so
+// that the exact test runs only on what lies about the circle's box.
+//
+// Everything is measured from the centre: a, b are the box's two x ends (x and
+// x + width, the float sum the exact test uses too) minus the centre's x, and
+// likewise on y. The object is passed over only if both ends lie beyond
+// limit = |radius| + (|radius| + R) * 2^-8 + 1e-18 on the same side of one
+// axis, R being the sum of the four |end - centre|.
+//
+// Why this never passes over an object the exact test accepts: each way the
+// exact test accepts yields a point P of the box (between its ends) that lies
+// within |radius| of the centre up to rounding: the centre itself for
+// `containsCircle`, a corner for `containsBox`, a point of an edge for
+// `intersectsSegment`. The first two compare values formed by one or two float
+// operations, which err by a few units of 2^-24 of the values involved, all
+// below |radius| + R. The quadratic of `intersectsSegment` loses most: its
+// discriminant b^2 - 4ac cancels, with an error of a few 2^-24 of |s|^2 and
+// radius^2 (s the edge's start relative to the centre), which moves the
+// accepted distance of the line from the centre by at most about
+// 2^-11 * (|s| + |radius|), and its roots along the line by as much; |s| <= R.
+// The margin of 2^-8 covers these bounds several times over. Squares of
+// differences below 1e-19 lose their relative precision (they underflow),
+// which the absolute 1e-18 covers; a radius whose square overflows makes
+// `containsBox` accept every box, so for a radius of 1e18 or more nothing is
+// passed over. NaN anywhere makes R or the limit NaN, every comparison false,
+// and the object goes to the exact test; so do infinite ends.
+struct CirclePretest {
+  float centreX;
+  float centreY;
+  float radius;  // |radius|, or +inf where no object may be passed over
+
+  explicit CirclePretest(const KX_Circle& circle)
+      : centreX(circle.x), centreY(circle.y), radius(std::fabs(circle.radius)) {
+    if (!(radius < 1e18f)) radius = std::numeric_limits<float>::infinity();
+  }
+
+  // Both ends beyond the limit on one side of either axis.
+  bool beyond(float ax, float bx, float ay, float by, float sum) const {
+    float limit = radius + (radius + sum) * 0.00390625f + 1e-18f;
+    float below = -limit;
+    return (ax > limit && bx > limit) || (ax < below && bx < below) || (ay > limit && by > limit) ||
+           (ay < below && by < below);
+  }
+
+  bool excludes(const KX_Point2D& position, const KX_Point2D& size) const {
+    float ax = position.x - centreX;
+    float bx = (position.x + size.x) - centreX;
+    float ay = position.y - centreY;
+    float by = (position.y + size.y) - centreY;
+    float sum = std::fabs(ax) + std::fabs(bx) + std::fabs(ay) + std::fabs(by);
+    return beyond(ax, bx, ay, by, sum);
+  }
+
+  // Every box of a group has its ends within the group's bounds, so after the
+  // (monotonic) subtraction of the centre its a and b lie between the group's,
+  // and its sum is at most twice the group's: the group's limit is at least
+  // each box's, and a group beyond it holds only boxes that `excludes` passes over.
+  bool reaches(QV_QuadTreeCellReach& reach, const QV_QuadTreeCell& cell) const {
+    const QV_QuadTreeCellReach::Box* groups = reach.get(cell);
+    for (int g = 0; g < 2; ++g) {
+      const QV_QuadTreeCellReach::Box& group = groups[g];
+      float ax = group.minX - centreX;
+      float bx = group.maxX - centreX;
+      float ay = group.minY - centreY;
+      float by = group.maxY - centreY;
+      float sum = 2.0f * (std::fabs(ax) + std::fabs(bx)) + 2.0f * (std::fabs(ay) + std::fabs(by));
+      if (!beyond(ax, bx, ay, by, sum)) return true;
+    }
+    return false;
+  }
+};
 
 KX_AABox2D circleArea(const KX_Circle& circle) {
   return KX_AABox2D(circle.x - circle.radius, circle.y - circle.radius, 2.0f * circle.radius, 2.0f * circle.radius);
@@ -152,7 +249,9 @@ void QV_QuadTree::traverse(const KX_AABox2D& area, const KX_ObjectArray* exclude
     for (int row = firstRow; row <= lastRow; ++row) {
       const int* gridRow = grid.getRow(row);
       for (int column = firstColumn; column <= lastColumn; ++column) {
-        const QV_QuadTreeCell& cell = cells[gridRow[column]];
+        int index = gridRow[column];
+        const QV_QuadTreeCell& cell = cells[index];
+        if (!accept.reaches(reaches[index], cell)) continue;
         int n = cell.objects.getCount();
         void* const* objects = cell.objects.getBuffer();
         const KX_Point2D* positions = cell.positions.getBuffer();
@@ -171,18 +270,25 @@ void QV_QuadTree::traverse(const KX_AABox2D& area, const KX_ObjectArray* exclude
 
 namespace {
 
-// Binds a shape test to what is done with each object that passes.
-template <class Shape, class Action>
+// Binds a shape test, and a test that tells which cells may hold objects that
+// pass it, to what is done with each object that passes.
+template <class Reach, class Shape, class Action>
 struct Examiner {
+  Reach reaches;
   Shape inShape;
   Action& action;
   void operator()(void* object, const KX_Point2D& position, const KX_Point2D& size) { action(object, position, size); }
 };
 
-template <class Shape, class Action>
-Examiner<Shape, Action> examine(Shape shape, Action& action) {
-  return Examiner<Shape, Action>{shape, action};
+template <class Reach, class Shape, class Action>
+Examiner<Reach, Shape, Action> examine(Reach reach, Shape shape, Action& action) {
+  return Examiner<Reach, Shape, Action>{reach, shape, action};
 }
+
+// Every cell may hold objects that pass.
+struct AnyCell {
+  bool operator()(QV_QuadTreeCellReach&, const QV_QuadTreeCell&) const { return true; }
+};
 
 struct ListCollector {
   KX_ObjectArray& result;
@@ -214,17 +320,21 @@ void* QV_QuadTree::findNearestObjectInAABox(const KX_Point2D& point, const KX_AA
   auto inBox = [area = box](const KX_Point2D& position, const KX_Point2D& size) {
     return area.intersectsBox(objectBox(position, size));
   };
-  traverse(box, exclude, filter, filterData, examine(inBox, nearest));
+  traverse(box, exclude, filter, filterData, examine(BoxReach(box), inBox, nearest));
   return nearest.best;
 }
 
 void* QV_QuadTree::findNearestObjectInCircle(const KX_Point2D& point, const KX_Circle& circle, KX_ObjectFilter* filter,
                                              int filterData, const KX_ObjectArray* exclude) const {
   NearestSearch nearest{point};
-  auto inCircle = [&circle](const KX_Point2D& position, const KX_Point2D& size) {
-    return circleMeetsBox(circle, position, size);
+  CirclePretest pretest(circle);
+  auto inCircle = [&circle, pretest](const KX_Point2D& position, const KX_Point2D& size) {
+    return !pretest.excludes(position, size) && circleMeetsBox(circle, position, size);
   };
-  traverse(circleArea(circle), exclude, filter, filterData, examine(inCircle, nearest));
+  auto reach = [pretest](QV_QuadTreeCellReach& bounds, const QV_QuadTreeCell& cell) {
+    return pretest.reaches(bounds, cell);
+  };
+  traverse(circleArea(circle), exclude, filter, filterData, examine(reach, inCircle, nearest));
   return nearest.best;
 }
 
@@ -240,7 +350,7 @@ void* QV_QuadTree::findNearestObjectInSegment(const KX_Point2D& point, const KX_
   auto inTriangle = [&triangle](const KX_Point2D& position, const KX_Point2D& size) {
     return triangleMeetsBox(triangle, position, size, false);
   };
-  traverse(area, exclude, filter, filterData, examine(inTriangle, nearest));
+  traverse(area, exclude, filter, filterData, examine(AnyCell(), inTriangle, nearest));
   return nearest.best;
 }
 
@@ -252,7 +362,7 @@ void QV_QuadTree::getObjectListFromAABox(KX_ObjectArray& result, const KX_AABox2
   auto inBox = [area = box](const KX_Point2D& position, const KX_Point2D& size) {
     return area.intersectsBox(objectBox(position, size));
   };
-  traverse(box, exclude, filter, filterData, examine(inBox, collect));
+  traverse(box, exclude, filter, filterData, examine(BoxReach(box), inBox, collect));
 }
 
 void QV_QuadTree::getObjectListFromCircle(KX_ObjectArray& result, const KX_Circle& circle, KX_ObjectFilter* filter,
@@ -260,10 +370,14 @@ void QV_QuadTree::getObjectListFromCircle(KX_ObjectArray& result, const KX_Circl
   KX_AABox2D area = circleArea(circle);
   if (!prepareList(result, area, objectCount, bounds)) return;
   ListCollector collect{result};
-  auto inCircle = [&circle](const KX_Point2D& position, const KX_Point2D& size) {
-    return circleMeetsBox(circle, position, size);
+  CirclePretest pretest(circle);
+  auto inCircle = [&circle, pretest](const KX_Point2D& position, const KX_Point2D& size) {
+    return !pretest.excludes(position, size) && circleMeetsBox(circle, position, size);
   };
-  traverse(area, exclude, filter, filterData, examine(inCircle, collect));
+  auto reach = [pretest](QV_QuadTreeCellReach& bounds, const QV_QuadTreeCell& cell) {
+    return pretest.reaches(bounds, cell);
+  };
+  traverse(area, exclude, filter, filterData, examine(reach, inCircle, collect));
 }
 
 void QV_QuadTree::getObjectListFromSegment(KX_ObjectArray& result, const KX_Point2D& point, const KX_Point2D& direction,
@@ -281,5 +395,5 @@ void QV_QuadTree::getObjectListFromSegment(KX_ObjectArray& result, const KX_Poin
   auto inTriangle = [&triangle](const KX_Point2D& position, const KX_Point2D& size) {
     return triangleMeetsBox(triangle, position, size, true);
   };
-  traverse(area, exclude, filter, filterData, examine(inTriangle, collect));
+  traverse(area, exclude, filter, filterData, examine(AnyCell(), inTriangle, collect));
 }

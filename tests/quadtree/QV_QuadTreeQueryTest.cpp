@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <random>
 #include <tuple>
 #include <vector>
@@ -282,4 +283,49 @@ TEST_F(QuadTreeQueryTest, RandomQueriesMatchTheBruteForceOracle) {
     QuadTree_delete(tree);
   }
   EXPECT_GT(compared, 10000) << "the random cases find objects";
+}
+
+// Circles and boxes at every scale, and boxes that lie just inside or just
+// outside the circle: the cheap test before the exact one must never pass
+// over an object the exact test accepts, so the list is the brute force's.
+TEST_F(QuadTreeQueryTest, CircleQueriesAtEveryScaleMatchTheExactTest) {
+  std::mt19937 random(23);
+  std::uniform_real_distribution<float> unit(-1.0f, 1.0f);
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  int found = 0;
+  for (float scale : {1e-30f, 1e-19f, 1e-6f, 1.0f, 1e4f, 1e12f, 1e17f, 3e19f}) {
+    void* tree = QuadTree_create(scale, scale, 1);  // one cell: the order is by address
+    std::vector<Held> held;
+    KX_Circle circle(unit(random) * scale, unit(random) * scale, std::fabs(unit(random)) * scale / 256);
+    for (int i = 0; i < 300; ++i) {
+      // A box whose left or lower side lies a few units of 2^-20 of the
+      // radius from the circle's right or top, or anywhere about it.
+      float w = std::fabs(unit(random)) * scale / 4, h = std::fabs(unit(random)) * scale / 4;
+      float x = (unit(random) * 2) * scale, y = (unit(random) * 2) * scale;
+      float nudge = 1.0f + float(int(random() % 9) - 4) * 5.9605e-8f;
+      if (i % 3 == 0) x = circle.x + circle.radius * nudge, y = circle.y - h * 4, h *= 8;
+      if (i % 3 == 1) y = circle.y + circle.radius * nudge, x = circle.x - w / 2;
+      if (i % 50 == 7) x = nan;  // a box with NaN corners is in every circle by the corner test
+      if (i % 40 == 9) w = -w;
+      held.push_back(Held{&objects[i], x, y, w, h});
+      QuadTree_addObject(tree, &objects[i], x, y, w, h);
+    }
+    std::vector<void*> expected;
+    for (const Held& o : held) {
+      if (circleMeets(circle, o)) expected.push_back(o.object);
+    }
+    void* result[300];
+    int n =
+        QuadTree_getObjectListFromCircle(tree, result, 300, circle.x, circle.y, circle.radius, nullptr, 0, nullptr, 0);
+    EXPECT_EQ(std::vector<void*>(result, result + n), expected) << "scale " << scale;
+    float px = circle.x, py = circle.y;
+    Oracle oracle{scale, scale, 1, held};
+    EXPECT_EQ(
+        QuadTree_findNearestObjectInCircle(tree, px, py, circle.x, circle.y, circle.radius, nullptr, 0, nullptr, 0),
+        oracle.nearest(expected, px, py))
+        << "scale " << scale;
+    found += n;
+    QuadTree_delete(tree);
+  }
+  EXPECT_GT(found, 200) << "the circles find objects";
 }

@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <random>
 
+#include "quadtree/KX_Circle.h"
 #include "quadtree/QV_QuadTree.h"
 #include "qv_helper/qv_helper.h"
 #include "support/LiveBlockGuard.h"
@@ -161,4 +163,93 @@ TEST_F(QuadTreeStructureTest, RegistryIgnoresUnknownHandlesAndExitDeletesTheRest
   QuadTree_delete(&objects[0]);
   QuadTree_addObject(second, &objects[2], 1, 1, 1, 1);
   QuadTree_exit();
+}
+
+// The per-cell reach that lets queries pass over cells: exact after every
+// change unless marked stale, and brought up to date by the queries.
+TEST_F(QuadTreeStructureTest, CellReachStaysExactThroughChangesAndQueries) {
+  QV_QuadTree tree(KX_AABox2D(0, 0, 64, 64), 3, 0);
+  KX_Point2D size{2, 2};
+  QV_QuadTreeCell& cell = tree.cellAt(tree.locateCell(KX_Point2D{1, 1}, size));
+  QV_QuadTreeCellReach& reach = tree.reaches[&cell - tree.cells];
+  for (int i : {1, 2, 3}) tree.addObject(&objects[i], KX_Point2D{float(2 * i - 1), float(i)}, size);
+  ASSERT_TRUE(tree.validate());
+  const QV_QuadTreeCellReach::Box& right = reach.group[reach.groupOf(KX_Point2D{5, 3}, size)];
+  EXPECT_EQ(right.maxX, 7.0f);
+  tree.removeObject(&objects[2], KX_Point2D{3, 2}, size);
+  EXPECT_FALSE(reach.stale) << "a box inside the bounds leaves them as they are";
+  EXPECT_TRUE(tree.validate());
+  tree.moveObject(&objects[3], KX_Point2D{5, 3}, size, KX_Point2D{4, 3}, size);
+  EXPECT_TRUE(reach.stale) << "the box that held the right bound moved inwards";
+  KX_ObjectArray found;
+  tree.getObjectListFromAABox(found, KX_AABox2D(6.5f, 0, 1, 10), nullptr, 0, nullptr);
+  EXPECT_EQ(found.getCount(), 0) << "the box moved away from the area";
+  EXPECT_FALSE(reach.stale) << "the query brought the bounds up to date";
+  EXPECT_EQ(right.maxX, 6.0f);
+  EXPECT_TRUE(tree.validate());
+  reach.group[0].minY += 0.5f;
+  reach.group[1].minY += 0.5f;
+  EXPECT_FALSE(tree.validate()) << "bounds that are not those of the boxes";
+  reach.recompute(cell);
+  EXPECT_TRUE(tree.validate());
+
+  // Random changes, NaN and negative sizes included: after a query over the
+  // whole tree every cell's bounds are exact, and the query found every box
+  // the brute force finds.
+  std::mt19937 random(5);
+  auto coordinate = [&](int range) { return float(int(random() % (4 * range)) - 40) / 4; };
+  std::map<void*, std::pair<KX_Point2D, KX_Point2D>> held;
+  int compared = 0;
+  QV_QuadTree big(KX_AABox2D(0, 0, 128, 64), 5, 0);
+  for (int step = 0; step < 3000; ++step) {
+    void* object = &objects[random() % 64];
+    float nan = std::numeric_limits<float>::quiet_NaN();
+    KX_Point2D position{random() % 50 == 0 ? nan : coordinate(170), coordinate(105)};
+    KX_Point2D extent{random() % 4 == 0 ? 0.0f : coordinate(30), random() % 9 == 0 ? -2.0f : coordinate(30)};
+    auto known = held.find(object);
+    if (known == held.end()) {
+      big.addObject(object, position, extent);
+      held[object] = {position, extent};
+    } else if (random() % 3 == 0) {
+      big.removeObject(object, known->second.first, known->second.second);
+      held.erase(known);
+    } else {
+      big.moveObject(object, known->second.first, known->second.second, position, extent);
+      known->second = {position, extent};
+    }
+    ASSERT_TRUE(big.validate()) << "step " << step;
+    if (step % 50 != 0) continue;
+    // The same tree with bounds that reach everywhere passes over no cell:
+    // it gives what the traversal without bounds gives, in the same order.
+    QV_QuadTree plain(KX_AABox2D(0, 0, 1, 1), 1, 0);
+    plain.copyFrom(&big);
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    for (int i = 0; i < plain.cellCount; ++i) {
+      plain.reaches[i].stale = false;
+      for (QV_QuadTreeCellReach::Box& group : plain.reaches[i].group)
+        group = {-kInfinity, -kInfinity, kInfinity, kInfinity};
+    }
+    KX_ObjectArray expected;
+    for (int query = 0; query < 10; ++query) {
+      KX_AABox2D area(coordinate(170), coordinate(105), float(random() % 60), float(random() % 40));
+      KX_Circle circle(coordinate(170), coordinate(105), float(random() % 30) / 2);
+      KX_Point2D point{coordinate(170), coordinate(105)};
+      big.getObjectListFromAABox(found, area, nullptr, 0, nullptr);
+      plain.getObjectListFromAABox(expected, area, nullptr, 0, nullptr);
+      ASSERT_EQ(found.getCount(), expected.getCount()) << "step " << step;
+      for (int i = 0; i < found.getCount(); ++i) ASSERT_EQ(found.at(i), expected.at(i));
+      compared += found.getCount();
+      big.getObjectListFromCircle(found, circle, nullptr, 0, nullptr);
+      plain.getObjectListFromCircle(expected, circle, nullptr, 0, nullptr);
+      ASSERT_EQ(found.getCount(), expected.getCount()) << "step " << step;
+      for (int i = 0; i < found.getCount(); ++i) ASSERT_EQ(found.at(i), expected.at(i));
+      EXPECT_EQ(big.findNearestObjectInAABox(point, area, nullptr, 0, nullptr),
+                plain.findNearestObjectInAABox(point, area, nullptr, 0, nullptr));
+      EXPECT_EQ(big.findNearestObjectInCircle(point, circle, nullptr, 0, nullptr),
+                plain.findNearestObjectInCircle(point, circle, nullptr, 0, nullptr));
+    }
+    big.getObjectListFromAABox(found, KX_AABox2D(-1e30f, -1e30f, 2e30f, 2e30f), nullptr, 0, nullptr);
+    for (int i = 0; i < big.cellCount; ++i) ASSERT_TRUE(big.reaches[i].isExact(big.cells[i])) << "cell " << i;
+  }
+  EXPECT_GT(compared, 500) << "the random areas find objects";
 }
