@@ -72,45 +72,29 @@ class ScriptedHostObject : public VM_ObjectInterface {
   int read(int id, bool first, void* machine) const { return reads.push_back({id, first, machine}), next(); }
   int log(int id, bool first, void* machine) { return calls.push_back({id, first, machine}), next(); }
 
-  int getObjectPropertyInt(int id, int& value, bool first, void* machine) const override {
-    value = id == 1 ? health : id;
-    return read(id, first, machine);
+  int getObjectPropertyInt(int id, int& v, bool f, void* m) const override {
+    return v = id == 1 ? health : id, read(id, f, m);
   }
-  int getObjectPropertyFloat(int id, float& value, bool first, void* machine) const override {
-    value = speed;
-    return read(id, first, machine);
+  int getObjectPropertyFloat(int id, float& v, bool f, void* m) const override { return v = speed, read(id, f, m); }
+  int getObjectPropertyPointer(int id, VM_ObjectInterface*& v, bool f, void* m) const override {
+    return v = target, read(id, f, m);
   }
-  int getObjectPropertyPointer(int id, VM_ObjectInterface*& value, bool first, void* machine) const override {
-    value = target;
-    return read(id, first, machine);
+  int setObjectPropertyInt(int id, int v, bool f, void* m) override { return health = v, log(id, f, m); }
+  int setObjectPropertyFloat(int id, float v, bool f, void* m) override { return speed = v, log(id, f, m); }
+  int setObjectPropertyPointer(int id, VM_ObjectInterface* v, bool f, void* m) override {
+    return target = v, log(id, f, m);
   }
-  int setObjectPropertyInt(int id, int value, bool first, void* machine) override {
-    health = value;
-    return log(id, first, machine);
-  }
-  int setObjectPropertyFloat(int id, float value, bool first, void* machine) override {
-    speed = value;
-    return log(id, first, machine);
-  }
-  int setObjectPropertyPointer(int id, VM_ObjectInterface* value, bool first, void* machine) override {
-    target = value;
-    return log(id, first, machine);
-  }
-  int callObjectMethodInt(int id, int& result, bool first, void* machine) override {
+  int callObjectMethodInt(int id, int& result, bool f, void* machine) override {
     // A host method has no parameters: it reads the machine it is given.
     const KX_VirtualMachine* m = static_cast<const KX_VirtualMachine*>(machine);
     result = m->ir[1] + m->ir[2] + m->intMemory.at(m->ir[3]);
-    return log(id, first, machine);
+    return log(id, f, machine);
   }
-  int callObjectMethodFloat(int id, float& result, bool first, void* machine) override {
-    result = static_cast<float>(health) / 2.0f;
-    return log(id, first, machine);
+  int callObjectMethodFloat(int id, float& v, bool f, void* m) override { return v = health / 2.0f, log(id, f, m); }
+  int callObjectMethodPointer(int id, VM_ObjectInterface*& v, bool f, void* m) override {
+    return v = target, log(id, f, m);
   }
-  int callObjectMethodPointer(int id, VM_ObjectInterface*& result, bool first, void* machine) override {
-    result = target;
-    return log(id, first, machine);
-  }
-  int callObjectMethodVoid(int id, bool first, void* machine) override { return log(id, first, machine); }
+  int callObjectMethodVoid(int id, bool f, void* m) override { return log(id, f, m); }
 };
 
 class MachineTest : public LiveBlockTest {
