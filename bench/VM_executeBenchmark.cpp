@@ -8,6 +8,8 @@
 // also reports Lua's time for the same loop and the ratio of the two times
 // (below 1: the machine is faster). BM_CalledSumOverMemory exercises indexed
 // memory operands, stack operands, LOCALS and CALL/RETURN.
+// BM_CountingLoopWithWatches/n runs the counting loop (to 10^7) while n
+// memory watches exist that never fire: each step first tests all of them.
 #include <benchmark/benchmark.h>
 
 #include <chrono>
@@ -143,6 +145,36 @@ void BM_CalledSumOverMemory(benchmark::State& state) {
       benchmark::Counter(instructions * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
 }
 BENCHMARK(BM_CalledSumOverMemory)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
+
+void BM_CountingLoopWithWatches(benchmark::State& state) {
+  constexpr int kEnd = 10000000;
+  const int watchCount = static_cast<int>(state.range(0));
+  KX_VirtualMachine machine;
+  machine.code.clear();
+  machine.code.append(0);
+  // Setup: WATCHE with the reference -1 on cells 1 to n, which stay 0.
+  machine.code.append(static_cast<long long>(word("LOAD", kInt, 0, imm(-1))));
+  machine.code.append(0);  // LOAD pr0, the handler; written below
+  for (int cell = 1; cell <= watchCount; ++cell) {
+    machine.code.append(static_cast<long long>(word("WATCHE", kInt, 0, imm(intPtr(cell)))));
+  }
+  const int loop = machine.code.getCount();
+  for (std::uint64_t w : {word("ADD", kInt, 2, reg(1)), word("ADD", kInt, 1, imm(1)), word("COMP", kInt, 1, imm(kEnd)),
+                          word("JUMPL", kPtr, imm(codePtr(loop))), word("HALT", kInt, imm(0)), word("RETURN")}) {
+    machine.code.append(static_cast<long long>(w));
+  }
+  machine.code.set(2, static_cast<long long>(word("LOAD", kPtr, 0, imm(codePtr(machine.code.getCount() - 1)))));
+  machine.intMemory.resize(watchCount + 1);
+  for (auto _ : state) {
+    machine.startMachine(1);
+    if (machine.execute(kVMUnlimitedSteps) != 0 || machine.ir[1] != kEnd) state.SkipWithError("the loop failed");
+    if (machine.watches.getCount() != watchCount) state.SkipWithError("watches missing");
+  }
+  const double instructions = 4.0 * kEnd + watchCount + 3.0;
+  state.counters["VM_instr/s"] =
+      benchmark::Counter(instructions * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+}
+BENCHMARK(BM_CountingLoopWithWatches)->Arg(1)->Arg(8)->Arg(64)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 }  // namespace
 

@@ -8,6 +8,9 @@
 #include "foundation/KX_ObjectArray.h"
 #include "vm/KX_VirtualMachine.h"
 
+class VM_HelperObjectInterface;
+class VM_ObjectInterface;
+
 struct KX_VMRegistry {
   KX_ObjectArray* machines = nullptr;
   KX_ObjectArray* helperRows = nullptr;
@@ -15,6 +18,11 @@ struct KX_VMRegistry {
 
   // Index of a registered machine, or -1; any pointer may be asked about.
   int find(const void* machine) const { return KX_findByAddress(*machines, machine); }
+
+  // The helper of a host object in a machine, made and registered at the
+  // object's first use there. Null for a null host, or for a machine that is
+  // not registered (or before VM_init).
+  VM_HelperObjectInterface* findHelper(const void* machine, VM_ObjectInterface* host);
 };
 
 extern KX_VMRegistry vmRegistry;

@@ -47,14 +47,25 @@ void KX_VirtualMachine::copyFrom(const KX_Base* source) {
   spf = other->spf;
   spp = other->spp;
   cp = other->cp;
+  // The helpers are shared: they stand for host objects, not for a machine.
   objects.copyFrom(&other->objects);
   objectClassTable.copyFrom(&other->objectClassTable);
   watches.copyFrom(&other->watches);
-  // The borrowed lists point into the records above; they are rebound to this
-  // machine's own clones once those records exist. Until then they stay
-  // empty rather than pointing into the other machine.
-  frameWatches.clear();
+  // The borrowed lists are rebound to this machine's own clones: classes by
+  // name, frame watches by key.
   objectClasses.clear();
+  for (int i = 0; i < other->objectClasses.getCount(); ++i) {
+    KX_Base* record = other->objectClasses.at(i);
+    const int found = record == nullptr ? -1 : objectClassTable.findSorted(record);
+    objectClasses.append(found < 0 ? nullptr : objectClassTable.at(found));
+  }
+  frameWatches.clear();
+  for (int i = 0; i < other->frameWatches.getCount(); ++i) {
+    KX_Base* watch = other->frameWatches.at(i);
+    const int found = watch == nullptr ? -1 : watches.findSorted(watch);
+    frameWatches.append(found < 0 ? nullptr : watches.at(found));
+  }
+  watches.sort();
   exitCode = other->exitCode;
   running = other->running;
   pending = other->pending;

@@ -28,6 +28,10 @@ constexpr unsigned int kVMTagMask = 0xE0000000u;
 // A step budget of this value runs without limit.
 constexpr int kVMUnlimitedSteps = 0x7FFFFFFF;
 
+class KX_VMObjectClass;
+class KX_VMObjectInterface;
+class KX_VMWatch;
+
 class KX_VirtualMachine : public KX_Base {
  public:
   // An empty program of two zero words (HALT 0), one zero cell in each memory,
@@ -134,6 +138,18 @@ class KX_VirtualMachine : public KX_Base {
   // when there is none.
   int findSymbol(const char* name) const;
 
+  // --- Objects (KX_VirtualMachineObjects.cpp) -------------------------------
+  // The script pointer of a helper: (slot + 1) | VM_POINTER_OBJECT. A helper
+  // new to the machine gets the next slot of `objects`, and its class record
+  // beside it. Null gives 0.
+  unsigned int getObjectHandle(KX_VMObjectInterface* helper);
+  // The record of the helper's class name, made at the first object of the
+  // name by asking that object for its members.
+  KX_VMObjectClass* getObjectClass(KX_VMObjectInterface* helper);
+  // The object in the slot that an object pointer names; null for a pointer
+  // with another tag, a handle outside the table, or a cleared slot.
+  KX_VMObjectInterface* objectAt(unsigned int pointer) const;
+
   // Brings `instruction` up to date with the words fetched from the cache
   // since the last call, so that every field holds what decoding the same
   // words one after the other would have left there.
@@ -212,7 +228,17 @@ class KX_VirtualMachine : public KX_Base {
   int opConvert(const KX_VMDecodedWord& in);
   int opBits(const KX_VMDecodedWord& in);
   int opReserved(const KX_VMDecodedWord& in);
-  int opWatch(const KX_VMDecodedWord& in);
+  // Groups 21 and 22: `edgeTriggered` is that of a watch made here.
+  int opWatch(const KX_VMDecodedWord& in, bool edgeTriggered);
+  int makeWatch(const KX_VMDecodedWord& in, bool edgeTriggered);
+  int unwatch(const KX_VMDecodedWord& in);
+  int unwatchAll();
+  // Removes the watch at `index` now, or when its running handler returns.
+  void dropWatch(int index);
+  // The test of pr0 as a handler address: 0 or the failure.
+  int checkHandlerPointer() const;
+  // RETURN from a level that `watch` opened: the interrupted state comes back.
+  int returnFromWatch(KX_VMWatch* watch);
   // The code pointer test shared by JUMP and CALL: 0 or the failure.
   int checkCodePointer(unsigned int pointer) const;
 
@@ -228,7 +254,20 @@ class KX_VirtualMachine : public KX_Base {
   int writeMemoryOperand(const KX_VMDecodedWord& in, Value value);
   template <int Bank>
   int locateOperand(const KX_VMDecodedWord& in, unsigned int& pointer, int& address);
-  int objectOperand(unsigned int pointer, const KX_VMDecodedWord& in);
+  // The property an object-tagged operand names, checked against the class
+  // record and the bank: 0 with the object and the id to pass it, or the failure.
+  int findObjectProperty(unsigned int pointer, const KX_VMDecodedWord& in, int bank, KX_VMObjectInterface*& object,
+                         int& id);
+  int readIntProperty(unsigned int pointer, const KX_VMDecodedWord& in, int& out);
+  int readFloatProperty(unsigned int pointer, const KX_VMDecodedWord& in, float& out);
+  int readPointerProperty(unsigned int pointer, const KX_VMDecodedWord& in, unsigned int& out);
+  int writeIntProperty(unsigned int pointer, const KX_VMDecodedWord& in, int value);
+  int writeFloatProperty(unsigned int pointer, const KX_VMDecodedWord& in, float value);
+  int writePointerProperty(unsigned int pointer, const KX_VMDecodedWord& in, unsigned int value);
+  // CALL on an object pointer.
+  int callObjectMethod(unsigned int pointer, const KX_VMDecodedWord& in);
+  // The member id in effect: the word's own, or the one an earlier word left.
+  int currentPropertyId(const KX_VMDecodedWord& in);
 
   void releaseDecodedWords();
 

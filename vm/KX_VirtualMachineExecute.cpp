@@ -5,6 +5,7 @@
 
 #include "qv_helper/qv_helper.h"
 #include "vm/KX_VMOpcodeTable.h"
+#include "vm/KX_VMWatch.h"
 #include "vm/KX_VirtualMachine.h"
 #include "vm/VM_reportError.h"
 
@@ -92,12 +93,6 @@ static int conditionColumn(signed char compareResult) {
 bool KX_VirtualMachine::conditionHolds(int subType) const {
   if (subType < 0 || subType > kNotEqual) return false;
   return kConditionTable[subType][conditionColumn(compareResult)];
-}
-
-int KX_VirtualMachine::checkWatches() {
-  // Watches are made only by the WATCH and TRIGGER groups, which this machine
-  // does not run yet, so there is never one to test.
-  return 0;
 }
 
 int KX_VirtualMachine::execute(int steps) {
@@ -264,7 +259,7 @@ int KX_VirtualMachine::runCachedSteps(long long& budget, bool& sliceOver) {
           sliceOver = true;
           return result == VM_WAIT ? 0 : result;
         }
-        pending = false;
+        if (word.group != kGroupReturn) pending = false;  // RETURN sets it itself
         if (--remaining == 0) {
           budget = remaining;
           sliceOver = true;
@@ -333,9 +328,13 @@ int KX_VirtualMachine::runStep() {
     pendingWord.assign(instruction);
     in = &pendingWord;
   }
-  const int result = dispatch(*in);
+  // The handler gets a copy: an object it calls may make the host reload
+  // the machine, which moves the cache entry under it.
+  const KX_VMDecodedWord word = *in;
+  const int result = dispatch(word);
   if (result != 0) return result;
-  pending = false;
+  // RETURN sets pending itself: the return of a watch handler restores it.
+  if (word.group != kGroupReturn) pending = false;
   return 0;
 }
 
@@ -453,8 +452,13 @@ int KX_VirtualMachine::dispatch(const KX_VMDecodedWord& in) {
     case kGroupDelete:
       result = opReserved(in);
       break;
+    case kGroupWatch:
+      result = opWatch(in, false);
+      break;
+    case kGroupTrigger:
+      result = opWatch(in, true);
+      break;
     default:
-      // Watches and triggers are not run by this machine yet.
       return VM_reportError(VM_ERROR_INSTRUCTION, "illegal opcode");
   }
   if (result == 0) cp = static_cast<int>(static_cast<unsigned int>(cp) + 1u);
@@ -527,6 +531,7 @@ int KX_VirtualMachine::opReturn() {
       savedSpi.getCount() == 0 || savedSpf.getCount() == 0 || savedSpp.getCount() == 0 || savedCp.getCount() == 0 ||
       frameWatches.getCount() == 0) {
     running = false;  // no open call: the program ends here, cp stays
+    pending = false;
     return 0;
   }
   intFrames.remove(intFrames.getCount() - 1);
@@ -539,7 +544,14 @@ int KX_VirtualMachine::opReturn() {
   cutToFrameTop(intStack, intFrames);
   cutToFrameTop(floatStack, floatFrames);
   cutToFrameTop(pointerStack, pointerFrames);
-  // Only CALL opens levels here, so the level's watch is null.
+  // A level opened by a firing watch hands the interrupted instruction back.
+  KX_Base* watch = frameWatches.at(frameWatches.getCount() - 1);
+  if (watch != nullptr) {
+    const int result = returnFromWatch(static_cast<KX_VMWatch*>(watch));
+    if (result != 0) return result;
+  } else {
+    pending = false;
+  }
   frameWatches.remove(frameWatches.getCount() - 1);
   return 0;
 }
@@ -579,19 +591,8 @@ int KX_VirtualMachine::opCall(const KX_VMDecodedWord& in) {
   unsigned int target;
   int result = readPointerOperand(in, target, true);
   if (result != 0) return result;
-  if ((target & kVMTagMask) == VM_POINTER_OBJECT) {
-    // A method call. Objects enter the machine through the host's object
-    // functions; until a class record stands behind a handle, a valid handle
-    // finds no method.
-    const unsigned int handle = target & kVMAddressMask;
-    const int count = objects.getCount();
-    if (handle == 0 || handle > static_cast<unsigned int>(count)) {
-      return VM_reportError(VM_ERROR_ADDRESS, "illegal object pointer %x (max. address %x)", handle,
-                            static_cast<unsigned int>(count));
-    }
-    syncInstruction();
-    return VM_reportError(VM_ERROR_ID, "method id: %i", in.hasProperty ? in.propertyId : instruction.propertyId);
-  }
+  // A method call moves cp itself (KX_VirtualMachineObjects.cpp).
+  if ((target & kVMTagMask) == VM_POINTER_OBJECT) return callObjectMethod(target, in);
   result = checkCodePointer(target);
   if (result != 0) return result;
   enterFrame(static_cast<int>(target & kVMAddressMask), static_cast<int>(static_cast<unsigned int>(cp) + 1u), nullptr);

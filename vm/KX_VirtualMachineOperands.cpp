@@ -106,25 +106,6 @@ int KX_VirtualMachine::locateOperand(const KX_VMDecodedWord& in, unsigned int& p
   return -VM_reportError(VM_ERROR_TYPE, "%s", Traits::wrongTagText);
 }
 
-// The walk of an object-tagged operand into a property. Objects enter the
-// machine through the host's object functions; until a class record stands
-// behind a handle, a valid handle finds no property.
-int KX_VirtualMachine::objectOperand(unsigned int pointer, const KX_VMDecodedWord& in) {
-  const unsigned int handle = pointer & kVMAddressMask;
-  const int count = objects.getCount();
-  if (handle == 0 || handle > static_cast<unsigned int>(count)) {
-    return VM_reportError(VM_ERROR_ADDRESS, "illegal object pointer %x (max. address %x)", handle,
-                          static_cast<unsigned int>(count));
-  }
-  // The id in effect may come from an earlier word: bring it up to date.
-  int propertyId = in.propertyId;
-  if (!in.hasProperty) {
-    syncInstruction();
-    propertyId = instruction.propertyId;
-  }
-  return VM_reportError(VM_ERROR_ID, "property id: %i", propertyId);
-}
-
 template <int B, class Value>
 int KX_VirtualMachine::readMemoryOperand(const KX_VMDecodedWord& in, Value& out, bool keepObject) {
   using Traits = BankTraits<B>;
@@ -146,7 +127,14 @@ int KX_VirtualMachine::readMemoryOperand(const KX_VMDecodedWord& in, Value& out,
         return 0;
       }
     }
-    return objectOperand(pointer, in);
+    // The walk into a property (KX_VirtualMachineObjects.cpp).
+    if constexpr (B == kIntBank) {
+      return readIntProperty(pointer, in, out);
+    } else if constexpr (B == kFloatBank) {
+      return readFloatProperty(pointer, in, out);
+    } else {
+      return readPointerProperty(pointer, in, out);
+    }
   }
   return -where;
 }
@@ -170,7 +158,15 @@ int KX_VirtualMachine::writeMemoryOperand(const KX_VMDecodedWord& in, Value valu
     Traits::stack(*this).set(address, static_cast<std::remove_const_t<Cell>>(value));
     return 0;
   }
-  if (where == kIsObject) return objectOperand(pointer, in);
+  if (where == kIsObject) {
+    if constexpr (B == kIntBank) {
+      return writeIntProperty(pointer, in, value);
+    } else if constexpr (B == kFloatBank) {
+      return writeFloatProperty(pointer, in, value);
+    } else {
+      return writePointerProperty(pointer, in, value);
+    }
+  }
   return -where;
 }
 

@@ -7,6 +7,7 @@
 /// where a function says otherwise. Nothing here throws.
 #pragma once
 
+#include "qv_helper/VM_ObjectInterface.h"
 #include "qv_helper/qv_helper_export.h"
 
 /// A tagged pointer of the script machine: the top three bits name the space,
@@ -243,6 +244,47 @@ QV_API void VM_getIntMemoryString(void* machine, int address, char* buffer, int 
 ///        sure that all the cells lie inside int memory (VM_getIntMemorySize).
 /// \param text [in] NUL-terminated text.
 QV_API void VM_setIntMemoryString(void* machine, int address, const char* text);
+
+// ---------------------------------------------------------------------------
+// VM_: host objects in pointer registers and pointer memory.
+//
+// A script holds a host object as an object pointer: its slot in the
+// machine's object table + 1, with the tag VM_POINTER_OBJECT. An object gets
+// its slot the first time it crosses to the script of a machine, and keeps it;
+// the same object in another machine has a slot of that machine's. The
+// machine keeps a pointer to every object it has seen, so an object must
+// outlive the machines that can reach it.
+
+/// Puts a host object into a pointer register as an object pointer.
+/// \param machine [in] a live machine handle.
+/// \param reg [in] 0 to 7; another number changes nothing.
+/// \param object [in] the object, or null. Null, or a machine that is not
+///        registered, stores 0.
+QV_API void VM_setPointerRegisterObject(void* machine, int reg, VM_ObjectInterface* object);
+
+/// The host object behind a pointer register.
+/// \param machine [in] a live machine handle.
+/// \param reg [in] 0 to 7; another number gives null.
+/// \return the object, or null when the register holds no object pointer of
+///         this machine (another tag, a null object pointer, a handle outside
+///         the table, or a slot a save has cleared).
+QV_API VM_ObjectInterface* VM_getPointerRegisterObject(void* machine, int reg);
+
+/// Puts a host object into a cell of pointer memory as an object pointer.
+/// \param machine [in] a live machine handle.
+/// \param address [in] the cell; only the low 29 bits count, so a tagged
+///        pointer may be passed. A cell outside VM_getPointerMemorySize
+///        changes nothing.
+/// \param object [in] the object, or null. Null, or a machine that is not
+///        registered, stores 0.
+QV_API void VM_setPointerMemoryObject(void* machine, int address, VM_ObjectInterface* object);
+
+/// The host object behind a cell of pointer memory.
+/// \param machine [in] a live machine handle.
+/// \param address [in] the cell; only the low 29 bits count. A cell outside
+///        VM_getPointerMemorySize gives null.
+/// \return the object, or null as for VM_getPointerRegisterObject.
+QV_API VM_ObjectInterface* VM_getPointerMemoryObject(void* machine, int address);
 
 // ---------------------------------------------------------------------------
 // Timer_: the game clock, with stopwatches (snapshots) and polled periodic
