@@ -85,9 +85,10 @@ class ScriptedHostObject : public VM_ObjectInterface {
     return target = v, log(id, f, m);
   }
   int callObjectMethodInt(int id, int& result, bool f, void* machine) override {
-    // A host method has no parameters: it reads the machine it is given.
-    const KX_VirtualMachine* m = static_cast<const KX_VirtualMachine*>(machine);
-    result = m->ir[1] + m->ir[2] + m->intMemory.at(m->ir[3]);
+    // A host method has no parameters: it reads the machine it is given,
+    // through the exported accessors as a host would.
+    result = VM_getIntRegister(machine, 1) + VM_getIntRegister(machine, 2) +
+             VM_getIntMemory(machine, VM_getIntRegister(machine, 3));
     return log(id, f, machine);
   }
   int callObjectMethodFloat(int id, float& v, bool f, void* m) override { return v = health / 2.0f, log(id, f, m); }
