@@ -254,6 +254,10 @@ class KX_VirtualMachine : public KX_Base {
   int writeMemoryOperand(const KX_VMDecodedWord& in, Value value);
   template <int Bank>
   int locateOperand(const KX_VMDecodedWord& in, unsigned int& pointer, int& address);
+  // The object in the slot that an object pointer names, with its class record
+  // (null when the slot has none): 0, or "illegal object pointer" for a handle
+  // of 0, one beyond the table or a cleared slot.
+  int findObjectSlot(unsigned int pointer, KX_VMObjectInterface*& object, const KX_VMObjectClass*& record) const;
   // The property an object-tagged operand names, checked against the class
   // record and the bank: 0 with the object and the id to pass it, or the failure.
   int findObjectProperty(unsigned int pointer, const KX_VMDecodedWord& in, int bank, KX_VMObjectInterface*& object,

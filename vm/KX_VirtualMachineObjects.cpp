@@ -10,23 +10,13 @@
 #include "vm/KX_VMObjectInterface.h"
 #include "vm/KX_VMObjectMethod.h"
 #include "vm/KX_VMObjectProperty.h"
+#include "vm/KX_VMObjectTexts.h"
 #include "vm/KX_VirtualMachine.h"
 #include "vm/VM_reportError.h"
 
 namespace {
 
-// By bank: the property type an operand needs, and the text when it differs.
-constexpr VM_ObjectDataType kBankDataType[3] = {VM_DATA_INT, VM_DATA_FLOAT, VM_DATA_OBJECT};
-constexpr const char* kBankDataTypeText[3] = {
-    "illegal object property datatype (int expected)",
-    "illegal object property datatype (float expected)",
-    "illegal object property datatype (object pointer expected)",
-};
-
-int illegalObjectPointer(unsigned int handle, int count) {
-  return VM_reportError(VM_ERROR_ADDRESS, "illegal object pointer %x (max. address %x)", handle,
-                        static_cast<unsigned int>(count));
-}
+using namespace KX_VMObjectTexts;
 
 // Cuts a stack back to the top of its frame, if it stands above it.
 template <class Stack>
@@ -85,17 +75,25 @@ int KX_VirtualMachine::currentPropertyId(const KX_VMDecodedWord& in) {
   return instruction.propertyId;
 }
 
-int KX_VirtualMachine::findObjectProperty(unsigned int pointer, const KX_VMDecodedWord& in, int bank,
-                                          KX_VMObjectInterface*& object, int& id) {
+int KX_VirtualMachine::findObjectSlot(unsigned int pointer, KX_VMObjectInterface*& object,
+                                      const KX_VMObjectClass*& record) const {
   const unsigned int handle = pointer & kVMAddressMask;
   const int count = objects.getCount();
   if (handle == 0 || handle > static_cast<unsigned int>(count)) return illegalObjectPointer(handle, count);
   const int slot = static_cast<int>(handle) - 1;
   object = static_cast<KX_VMObjectInterface*>(objects.at(slot));
+  // A slot cleared by a save holds no object.
   if (object == nullptr) return illegalObjectPointer(handle, count);
+  record = slot < objectClasses.getCount() ? static_cast<KX_VMObjectClass*>(objectClasses.at(slot)) : nullptr;
+  return 0;
+}
+
+int KX_VirtualMachine::findObjectProperty(unsigned int pointer, const KX_VMDecodedWord& in, int bank,
+                                          KX_VMObjectInterface*& object, int& id) {
+  const KX_VMObjectClass* record;
+  const int result = findObjectSlot(pointer, object, record);
+  if (result != 0) return result;
   id = currentPropertyId(in);
-  const KX_VMObjectClass* record =
-      slot < objectClasses.getCount() ? static_cast<KX_VMObjectClass*>(objectClasses.at(slot)) : nullptr;
   const KX_VMObjectProperty* property = record == nullptr ? nullptr : record->findProperty(id);
   if (property == nullptr) return VM_reportError(VM_ERROR_ID, "property id: %i", id);
   // A type mismatch never reaches the object.
@@ -165,15 +163,11 @@ int KX_VirtualMachine::writePointerProperty(unsigned int pointer, const KX_VMDec
 }
 
 int KX_VirtualMachine::callObjectMethod(unsigned int pointer, const KX_VMDecodedWord& in) {
-  const unsigned int handle = pointer & kVMAddressMask;
-  const int count = objects.getCount();
-  if (handle == 0 || handle > static_cast<unsigned int>(count)) return illegalObjectPointer(handle, count);
-  const int slot = static_cast<int>(handle) - 1;
-  KX_VMObjectInterface* object = static_cast<KX_VMObjectInterface*>(objects.at(slot));
-  if (object == nullptr) return illegalObjectPointer(handle, count);
+  KX_VMObjectInterface* object;
+  const KX_VMObjectClass* record;
+  const int found = findObjectSlot(pointer, object, record);
+  if (found != 0) return found;
   const int id = currentPropertyId(in);
-  const KX_VMObjectClass* record =
-      slot < objectClasses.getCount() ? static_cast<KX_VMObjectClass*>(objectClasses.at(slot)) : nullptr;
   const KX_VMObjectMethod* method = record == nullptr ? nullptr : record->findMethod(id);
   if (method == nullptr) return VM_reportError(VM_ERROR_ID, "method id: %i", id);
 

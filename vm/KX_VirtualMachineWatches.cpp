@@ -4,6 +4,7 @@
 #include "vm/KX_VMObjectClass.h"
 #include "vm/KX_VMObjectInterface.h"
 #include "vm/KX_VMObjectProperty.h"
+#include "vm/KX_VMObjectTexts.h"
 #include "vm/KX_VMOpcodeTable.h"
 #include "vm/KX_VMWatch.h"
 #include "vm/KX_VirtualMachine.h"
@@ -59,20 +60,10 @@ bool isCell(int address, int count) {
   return static_cast<unsigned int>(address) - 1u < static_cast<unsigned int>(count) - 1u;
 }
 
-// The property type behind each bank of a watch's register, its tag in the
-// key, and the text when a property of another type is watched.
-constexpr VM_ObjectDataType kBankDataType[3] = {VM_DATA_INT, VM_DATA_FLOAT, VM_DATA_OBJECT};
-constexpr unsigned int kBankPropertyTag[3] = {VM_POINTER_INT, VM_POINTER_FLOAT, VM_POINTER_OBJECT};
-constexpr const char* kBankDataTypeText[3] = {
-    "illegal object property datatype (int expected)",
-    "illegal object property datatype (float expected)",
-    "illegal object property datatype (object pointer expected)",
-};
+using namespace KX_VMObjectTexts;
 
-int illegalObjectPointer(unsigned int handle, int count) {
-  return VM_reportError(VM_ERROR_ADDRESS, "illegal object pointer %x (max. address %x)", handle,
-                        static_cast<unsigned int>(count));
-}
+// The tag of a watched property's type in the watch key, by bank.
+constexpr unsigned int kBankPropertyTag[3] = {VM_POINTER_INT, VM_POINTER_FLOAT, VM_POINTER_OBJECT};
 
 }  // namespace
 
@@ -219,16 +210,12 @@ int KX_VirtualMachine::makeWatch(const KX_VMDecodedWord& in, bool edgeTriggered)
   const int bank = in.registerType;
   const unsigned int tag = pointer & kVMTagMask;
   if (tag == VM_POINTER_OBJECT) {
-    const unsigned int handle = pointer & kVMAddressMask;
+    KX_VMObjectInterface* object;
+    const KX_VMObjectClass* record;
+    const int found = findObjectSlot(pointer, object, record);
+    if (found != 0) return found;
     const int count = objects.getCount();
-    if (handle == 0 || handle > static_cast<unsigned int>(count)) return illegalObjectPointer(handle, count);
-    const int slot = static_cast<int>(handle) - 1;
-    KX_VMObjectInterface* object = static_cast<KX_VMObjectInterface*>(objects.at(slot));
-    // A slot cleared by a save holds no object to watch.
-    if (object == nullptr) return illegalObjectPointer(handle, count);
     const int id = currentPropertyId(in);
-    const KX_VMObjectClass* record =
-        slot < objectClasses.getCount() ? static_cast<KX_VMObjectClass*>(objectClasses.at(slot)) : nullptr;
     const KX_VMObjectProperty* property = record == nullptr ? nullptr : record->findProperty(id);
     if (property == nullptr) return VM_reportError(VM_ERROR_ID, "property id: %i", id);
     if (property->dataType != kBankDataType[bank]) return VM_reportError(VM_ERROR_TYPE, "%s", kBankDataTypeText[bank]);
@@ -295,15 +282,11 @@ int KX_VirtualMachine::unwatch(const KX_VMDecodedWord& in) {
   KX_VMWatch key;
   const unsigned int tag = pointer & kVMTagMask;
   if (tag == VM_POINTER_OBJECT) {
-    const unsigned int handle = pointer & kVMAddressMask;
-    const int count = objects.getCount();
-    if (handle == 0 || handle > static_cast<unsigned int>(count)) return illegalObjectPointer(handle, count);
-    const int slot = static_cast<int>(handle) - 1;
-    KX_VMObjectInterface* object = static_cast<KX_VMObjectInterface*>(objects.at(slot));
-    if (object == nullptr) return illegalObjectPointer(handle, count);
+    KX_VMObjectInterface* object;
+    const KX_VMObjectClass* record;
+    const int found = findObjectSlot(pointer, object, record);
+    if (found != 0) return found;
     const int id = currentPropertyId(in);
-    const KX_VMObjectClass* record =
-        slot < objectClasses.getCount() ? static_cast<KX_VMObjectClass*>(objectClasses.at(slot)) : nullptr;
     const KX_VMObjectProperty* property = record == nullptr ? nullptr : record->findProperty(id);
     if (property == nullptr) return VM_reportError(VM_ERROR_ID, "property id: %i", id);
     switch (property->dataType) {
