@@ -17,6 +17,7 @@
 
 #include "qv_helper/qv_helper.h"
 #include "support/LiveBlockGuard.h"
+#include "support/MachineTest.h"
 #include "support/VMWordBuilder.h"
 #include "vm/VM_reportError.h"
 
@@ -98,24 +99,11 @@ class ScriptedHostObject : public VM_ObjectInterface {
   int callObjectMethodVoid(int id, bool f, void* m) override { return log(id, f, m); }
 };
 
-class MachineTest : public LiveBlockTest {
+// A machine with 16 cells in each memory, for scripts that reach host objects.
+class ObjectMachineTest : public MachineTest {
  protected:
   void SetUp() override {
-    LiveBlockTest::SetUp();
-    VM_init();
-    handle = VM_createVirtualMachine();
-    machine = static_cast<KX_VirtualMachine*>(handle);
+    MachineTest::SetUp();
     vmw::sizeMemories(*machine, 16);
   }
-  void TearDown() override {
-    VM_exit();
-    LiveBlockTest::TearDown();
-  }
-  static void expectLastError(int code, const std::string& text) {
-    EXPECT_EQ(VM_getLastErrorCode(), code);
-    EXPECT_EQ(std::string(VM_getLastErrorText()), text);
-  }
-
-  void* handle = nullptr;
-  KX_VirtualMachine* machine = nullptr;
 };

@@ -13,13 +13,16 @@
 #include "assembler/QV_Assembler.h"
 #include "qv_helper/qv_helper.h"
 #include "support/LiveBlockGuard.h"
+#include "support/MachineTest.h"
 #include "vm/KX_VMDisassembler.h"
 #include "vm/KX_VMOpcodeTable.h"
 #include "vm/KX_VirtualMachine.h"
 
 namespace {
 
-std::string sourceDir() { return QV_SOURCE_DIR; }
+std::string sourceDir() {
+  return QV_SOURCE_DIR;
+}
 
 std::string readFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -28,18 +31,8 @@ std::string readFile(const std::string& path) {
   return text.str();
 }
 
-class Assembler : public LiveBlockTest {
+class Assembler : public MachineTest {
  protected:
-  void SetUp() override {
-    LiveBlockTest::SetUp();
-    VM_init();
-    handle = VM_createVirtualMachine();
-    machine = static_cast<KX_VirtualMachine*>(handle);
-  }
-  void TearDown() override {
-    VM_exit();
-    LiveBlockTest::TearDown();
-  }
   // Assembles a source text, loads it at `entry` and runs it to its halt.
   void run(const std::string& source, const char* entry) {
     qvasm::Program program;
@@ -66,8 +59,6 @@ class Assembler : public LiveBlockTest {
     for (const auto& e : errors) texts.push_back(qvasm::formatDiagnostic("t.qvs", e));
     return texts;
   }
-  void* handle = nullptr;
-  KX_VirtualMachine* machine = nullptr;
 };
 
 TEST_F(Assembler, ExampleScriptsRunToTheirResults) {

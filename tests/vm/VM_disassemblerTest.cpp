@@ -6,6 +6,7 @@
 #include <string>
 
 #include "support/LiveBlockGuard.h"
+#include "support/MachineTest.h"
 #include "support/VMWordBuilder.h"
 #include "vm/KX_VMDisassembler.h"
 
@@ -13,18 +14,8 @@ namespace {
 
 using namespace vmw;
 
-class Disassembler : public LiveBlockTest {
+class Disassembler : public MachineTest {
  protected:
-  void SetUp() override {
-    LiveBlockTest::SetUp();
-    VM_init();
-    handle = VM_createVirtualMachine();
-    machine = static_cast<KX_VirtualMachine*>(handle);
-  }
-  void TearDown() override {
-    VM_exit();
-    LiveBlockTest::TearDown();
-  }
   std::string line(int address, bool withCode = false) {
     char buffer[128];
     std::memset(buffer, 'X', sizeof buffer);
@@ -36,8 +27,6 @@ class Disassembler : public LiveBlockTest {
     loadProgram(*machine, {w});
     return line(1).substr(11);
   }
-  void* handle = nullptr;
-  KX_VirtualMachine* machine = nullptr;
 };
 
 TEST_F(Disassembler, WorkedLinesReadByteForByte) {

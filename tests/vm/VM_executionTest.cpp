@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "support/LiveBlockGuard.h"
+#include "support/MachineTest.h"
 #include "support/VMWordBuilder.h"
 #include "vm/VM_reportError.h"
 
@@ -15,26 +16,7 @@ namespace {
 
 using namespace vmw;
 
-class Execution : public LiveBlockTest {
- protected:
-  void SetUp() override {
-    LiveBlockTest::SetUp();
-    VM_init();
-    handle = VM_createVirtualMachine();
-    machine = static_cast<KX_VirtualMachine*>(handle);
-  }
-  void TearDown() override {
-    VM_exit();
-    LiveBlockTest::TearDown();
-  }
-  static void expectLastError(int code, const std::string& text) {
-    EXPECT_EQ(VM_getLastErrorCode(), code);
-    EXPECT_EQ(std::string(VM_getLastErrorText()), text);
-  }
-
-  void* handle = nullptr;
-  KX_VirtualMachine* machine = nullptr;
-};
+using Execution = MachineTest;
 
 TEST_F(Execution, AFreshMachineHaltsAtItsFirstWord) {
   EXPECT_TRUE(VM_isRunning(handle));

@@ -10,6 +10,7 @@
 
 #include "qv_helper/qv_helper.h"
 #include "support/LiveBlockGuard.h"
+#include "support/MachineTest.h"
 #include "vm/KX_VirtualMachine.h"
 #include "vm/VM_reportError.h"
 
@@ -61,18 +62,8 @@ std::vector<unsigned char> build(const ImageParts& s) {
   return image;
 }
 
-class Loader : public LiveBlockTest {
+class Loader : public MachineTest {
  protected:
-  void SetUp() override {
-    LiveBlockTest::SetUp();
-    VM_init();
-    handle = VM_createVirtualMachine();
-    machine = static_cast<KX_VirtualMachine*>(handle);
-  }
-  void TearDown() override {
-    VM_exit();
-    LiveBlockTest::TearDown();
-  }
   // A machine in a state no load would make: odd code, memories, registers.
   void dirty() {
     ImageParts s;
@@ -102,8 +93,6 @@ class Loader : public LiveBlockTest {
     EXPECT_TRUE(machine->running);
     EXPECT_EQ(VM_getSymbolAddress(handle, "main"), 0x60000002);
   }
-  void* handle = nullptr;
-  KX_VirtualMachine* machine = nullptr;
 };
 
 TEST_F(Loader, ChecksumSignExtendsEachByteAndShiftsByItsIndexModulo24) {

@@ -13,7 +13,7 @@ namespace {
 
 using namespace vmw;
 
-using Objects = MachineTest;
+using Objects = ObjectMachineTest;
 
 class BareHostObject : public VM_ObjectInterface {};
 

@@ -6,6 +6,7 @@
 #include <random>
 
 #include "support/LiveBlockGuard.h"
+#include "support/MachineTest.h"
 #include "support/VMWordBuilder.h"
 #include "vm/VM_reportError.h"
 
@@ -13,21 +14,7 @@ namespace {
 
 using namespace vmw;
 
-class Programs : public LiveBlockTest {
- protected:
-  void SetUp() override {
-    LiveBlockTest::SetUp();
-    VM_init();
-    handle = VM_createVirtualMachine();
-    machine = static_cast<KX_VirtualMachine*>(handle);
-  }
-  void TearDown() override {
-    VM_exit();
-    LiveBlockTest::TearDown();
-  }
-  void* handle = nullptr;
-  KX_VirtualMachine* machine = nullptr;
-};
+using Programs = MachineTest;
 
 TEST_F(Programs, IterativeFibonacciIntoMemory) {
   constexpr int kLast = 60;  // beyond 46 the numbers wrap in 32 bits

@@ -10,7 +10,7 @@ namespace {
 
 using namespace vmw;
 
-using Watches = MachineTest;
+using Watches = ObjectMachineTest;
 
 // Main code from address 1, a handler from 20, pr0 pointing at the handler.
 void load(KX_VirtualMachine& machine, std::initializer_list<std::uint64_t> main,
