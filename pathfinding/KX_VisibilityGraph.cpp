@@ -6,13 +6,38 @@
 
 KX_VisibilityGraph::KX_VisibilityGraph() : KX_Graph(kEdgeWeights) {}
 
-// TODO(quad tree): delete staticTree and dynamicTree here once QV_QuadTree is
-// a complete type in this file; until then nothing creates them.
-KX_VisibilityGraph::~KX_VisibilityGraph() = default;
+// The trees only point at the polygons; the lists delete those afterwards.
+KX_VisibilityGraph::~KX_VisibilityGraph() {
+  delete staticTree;
+  delete dynamicTree;
+}
+
+namespace {
+
+// A tree of the same bounds and levels as `model` that holds the polygons of
+// `copies` whose originals, at the same index of `originals`, `model` holds.
+QV_QuadTree* copyTree(const QV_QuadTree& model, const KX_PolygonList2D& originals, const KX_PolygonList2D& copies) {
+  QV_QuadTree* tree = new QV_QuadTree(model.bounds, model.getLevelCount(), 0);
+  for (int i = 0; i < originals.getCount() && i < copies.getCount(); ++i) {
+    KX_AABox2D box = KX_VisibilityGraph::getBoundingBox(*originals.getPolygon(i));
+    KX_Point2D position{box.x, box.y};
+    KX_Point2D size{box.width, box.height};
+    const QV_QuadTreeCell& cell = model.cellAt(model.locateCell(position, size));
+    if (cell.objects.findSorted(originals.getPolygon(i)) >= 0) tree->addObject(copies.getPolygon(i), position, size);
+  }
+  return tree;
+}
+
+}  // namespace
 
 void KX_VisibilityGraph::copyFrom(const KX_Base* source) {
   const KX_VisibilityGraph* other = static_cast<const KX_VisibilityGraph*>(source);
   if (other == this) return;
+  // The old trees point at polygons that the copies below delete.
+  delete staticTree;
+  staticTree = nullptr;
+  delete dynamicTree;
+  dynamicTree = nullptr;
   KX_Graph::copyFrom(source);
   obstacles.copyFrom(&other->obstacles);
   dynamicObstacles.copyFrom(&other->dynamicObstacles);
@@ -32,6 +57,27 @@ void KX_VisibilityGraph::copyFrom(const KX_Base* source) {
   boundsMax = other->boundsMax;
   obstacleBoxes.copyFrom(&other->obstacleBoxes);
   border.copyFrom(&other->border);
+  if (other->staticTree != nullptr) staticTree = copyTree(*other->staticTree, other->obstacles, obstacles);
+  if (other->dynamicTree != nullptr) {
+    dynamicTree = copyTree(*other->dynamicTree, other->dynamicObstacles, dynamicObstacles);
+  }
+}
+
+KX_AABox2D KX_VisibilityGraph::getBoundingBox(const KX_PointSet2D& points) {
+  float minX = INFINITY;
+  float minY = INFINITY;
+  float maxX = -INFINITY;
+  float maxY = -INFINITY;
+  // Comparisons pass NaN by, so only finite coordinates count.
+  for (int i = 0; i < points.getCount(); ++i) {
+    const KX_Point2D& point = points.at(i);
+    if (point.x < minX) minX = point.x;
+    if (point.x > maxX) maxX = point.x;
+    if (point.y < minY) minY = point.y;
+    if (point.y > maxY) maxY = point.y;
+  }
+  if (!(minX <= maxX) || !(minY <= maxY)) return KX_AABox2D(0.0f, 0.0f, 0.0f, 0.0f);
+  return KX_AABox2D(minX, minY, maxX - minX, maxY - minY);
 }
 
 void KX_VisibilityGraph::evictLeastUsedTree() {

@@ -8,19 +8,37 @@
 #include "foundation/KX_VoidPtrArray.h"
 #include "geometry/KX_PolygonList2D.h"
 #include "pathfinding/KX_Graph.h"
-
-class QV_QuadTree;
+#include "quadtree/QV_QuadTree.h"
 
 class KX_VisibilityGraph : public KX_Graph {
  public:
   // Undirected, with edge weights.
   KX_VisibilityGraph();
+  // Deletes both quad trees with everything else.
   ~KX_VisibilityGraph() override;
   KX_Base* newInstance() const override { return new KX_VisibilityGraph(); }
-  // Copies the graph, the obstacles, the vertices, the cache and the scalar
-  // state. The quad trees are not copied: the copy has none until it is
-  // built again.
+  // Copies the graph, the obstacles, the vertices, the cache and the build
+  // state. Trees hold pointers to their own graph's polygons, so the copy
+  // gets trees of its own: of the same bounds and levels, holding the copied
+  // polygons that the source's trees hold, under the same boxes.
   void copyFrom(const KX_Base* source) override;
+
+  // The whole build: prepareBuild, then buildStep until it is done.
+  void build(const KX_PolygonList2D& polygons, float inflation, int treeLevels, const KX_Polygon2D* outerBorder);
+  // Resets everything a build fills (the matrices, the vertex sets, the path
+  // cache and both trees; dynamic obstacles stay listed, outside any tree)
+  // and takes copies of the obstacles and of the border (none if null or
+  // without points). Non-finite points are left out of the copies, and an
+  // obstacle left without points is not taken.
+  void prepareBuild(const KX_PolygonList2D& polygons, float inflation, int treeLevels, const KX_Polygon2D* outerBorder);
+  // One step of the build machine (KX_VisibilityGraphBuild.cpp); true once
+  // the build is complete. Without obstacles the build ends with no graph
+  // and no static tree.
+  bool buildStep();
+
+  // The box around the points; a set without finite points gets the empty
+  // box at the origin.
+  static KX_AABox2D getBoundingBox(const KX_PointSet2D& points);
 
   // At most n cached trees from now on; n <= 0 empties the cache and turns
   // it off. Trees beyond n go, the least used first.
@@ -29,6 +47,19 @@ class KX_VisibilityGraph : public KX_Graph {
   float findCachedPath(KX_IntArray& path, int source, int target);
   // Empties the cache; the trees are stale once the graph changes.
   void clearPathCache() { pathCache.clear(); }
+
+  // States of the build machine.
+  static constexpr int kBuildStart = 0;
+  static constexpr int kBuildInflate = 1;
+  static constexpr int kBuildMerge = 2;
+  static constexpr int kBuildCorners = 3;
+  static constexpr int kBuildNodes = 4;
+  static constexpr int kBuildTree = 5;
+  static constexpr int kBuildEdges = 6;
+  static constexpr int kBuildRemoveNodes = 7;
+  static constexpr int kBuildIndex = 8;
+  static constexpr int kBuildFinish = 9;
+  static constexpr int kBuildDone = 1000;
 
   // Consistency of a built graph: symmetric adjacency and weights, each
   // weight the distance of its two corners, one vertex per node in both
@@ -61,4 +92,16 @@ class KX_VisibilityGraph : public KX_Graph {
  private:
   // Removes the tree with the smallest use count, the lowest index among equals.
   void evictLeastUsedTree();
+
+  // The states of the build machine.
+  void inflateStep();
+  void mergeStep();
+  void cornersStep();
+  void treeStep();
+  void removeNodeStep();
+  void indexStep();
+  // Outline edges of obstacle `obstacle`, whose first node is `firstNode`,
+  // and the free lines from its corners to the corners of later obstacles
+  // (KX_VisibilityGraphEdges.cpp).
+  void addEdgesFrom(int obstacle, int firstNode);
 };

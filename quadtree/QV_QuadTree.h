@@ -76,6 +76,17 @@ class QV_QuadTree : public KX_Base {
                                 float halfAngle, KX_ObjectFilter* filter, int filterData,
                                 const KX_ObjectArray* exclude) const;
 
+  // Path finder queries (QV_QuadTreePathQueries.cpp), with the same filter,
+  // exclusion and result conventions. The objects whose box holds the point,
+  // all four sides included, from the one cell under it on each level:
+  void getObjectListFromPoint(KX_ObjectArray& result, const KX_Point2D& point, KX_ObjectFilter* filter, int filterData,
+                              const KX_ObjectArray* exclude) const;
+  // The objects whose box outline the segment crosses (a segment wholly inside
+  // a box doesn't list it), from the cells that a walk along the part of the
+  // segment inside the bounds visits on each level.
+  void getObjectListFromLineSegment(KX_ObjectArray& result, const KX_LineSegment2D& segment, KX_ObjectFilter* filter,
+                                    int filterData, const KX_ObjectArray* exclude) const;
+
   // Checks the invariants: each entry in the cell its box locates, parallel
   // arrays, ascending addresses in each cell, grids numbering the cells in
   // order, objectCount, and each cell's reach exactly that of its boxes

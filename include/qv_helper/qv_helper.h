@@ -519,3 +519,65 @@ QV_API int QuadTree_getObjectListFromSegment(void* tree, void** result, int maxR
                                              float directionX, float directionY, float halfAngle,
                                              bool (*filter)(void*, int), int filterData, void** exclude,
                                              int excludeCount);
+
+// ---------------------------------------------------------------------------
+// FindPath_: path finders over static obstacles.
+//
+// A path finder holds the static obstacles of a map and the visibility graph
+// over their corners: its nodes are the corners of the obstacles after
+// inflation and merging, its edges the straight free lines between them.
+// Obstacles are polygons or boxes in world units; the library copies them
+// and never keeps the caller's arrays. Handles are not checked, except by
+// FindPath_delete.
+
+/// Creates the registry of path finders. Call once before any other FindPath_ call.
+QV_API void FindPath_init();
+
+/// Deletes every path finder still registered, then the registry. Does
+/// nothing if there is no registry; afterwards only FindPath_init may be called.
+QV_API void FindPath_exit();
+
+/// Creates and registers a path finder without a graph: until a graph is
+/// computed it knows no obstacle.
+/// \return the path finder's handle.
+QV_API void* FindPath_create();
+
+/// Unregisters and destroys a path finder with its graph and obstacles.
+/// \param handle [in] a handle from FindPath_create; a handle that is not
+///        registered (already deleted, or never a path finder) is ignored.
+QV_API void FindPath_delete(void* handle);
+
+/// Builds the graph from polygon obstacles, replacing any earlier graph of
+/// the handle completely. Obstacles are inflated, then overlapping ones are
+/// merged and one inside another dropped; corners that no free line reaches,
+/// or that lie outside the border, are no nodes. With no obstacle (or none
+/// with a finite point) the handle is left without a graph.
+/// \param handle [in] a live path finder handle.
+/// \param coordinates [in] the points of all polygons one after the other, as
+///        x, y pairs: the sum of pointCounts pairs. Points with a NaN or
+///        infinite coordinate are left out.
+/// \param pointCounts [in] polygonCount counts, the points of each polygon in
+///        order, without a repeated closing point; a count below 1 gives a
+///        polygon without points, which is left out.
+/// \param polygonCount [in] the number of polygons; 0 or less builds no graph.
+/// \param inflation [in] by how much every edge of every obstacle moves
+///        outwards, with sharp corners; 0, less or NaN inflates nothing.
+/// \param treeLevels [in] levels of the quad tree over the obstacles, as for
+///        QuadTree_create (memory grows with 4^treeLevels); below 1 counts as 1.
+/// \param border [in] null, or borderPointCount x, y pairs: the outer border
+///        of the map. Corners outside it are no nodes; on it, they stay.
+/// \param borderPointCount [in] the number of border points; 0 or less means
+///        no border, and with 1 or 2 no corner lies inside, so no node stays.
+QV_API void FindPath_computeGraph(void* handle, float* coordinates, int* pointCounts, int polygonCount,
+                                  float inflation, int treeLevels, float* border, int borderPointCount);
+
+/// Builds the graph from box obstacles, as the polygon overload does; each
+/// box is the polygon (x, y), (x + width, y), (x + width, y + height),
+/// (x, y + height).
+/// \param handle [in] a live path finder handle.
+/// \param boxes [in] boxCount boxes of four floats each: x, y, width, height.
+/// \param boxCount [in] the number of boxes; 0 or less builds no graph.
+/// \param inflation, treeLevels, border, borderPointCount [in] as for the
+///        polygon overload.
+QV_API void FindPath_computeGraph(void* handle, float* boxes, int boxCount, float inflation, int treeLevels,
+                                  float* border, int borderPointCount);
