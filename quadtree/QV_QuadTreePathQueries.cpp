@@ -12,25 +12,34 @@ namespace {
 
 constexpr int kPathResultGrowStep = 0x100;
 
-// A private sorted copy of the caller's exclusion list; an empty list
-// excludes nothing.
+// The caller's exclusion list, which is only read; an empty list excludes
+// nothing. The path finder passes one or two obstacles, which a scan finds
+// sooner than a sorted copy is made; longer lists get a private sorted copy.
 class Exclusion {
  public:
   explicit Exclusion(const KX_ObjectArray* exclude) {
     if (exclude == nullptr || exclude->getCount() == 0) return;
-    int n = exclude->getCount();
-    sorted.resize(n);
-    std::memcpy(static_cast<void*>(sorted.getBuffer()), static_cast<const void*>(exclude->getBuffer()),
-                sizeof(void*) * n);
+    count = exclude->getCount();
+    listed = exclude->getBuffer();
+    if (count <= kScanLimit) return;
+    sorted.resize(count);
+    std::memcpy(static_cast<void*>(sorted.getBuffer()), static_cast<const void*>(listed), sizeof(void*) * count);
     sorted.sort();
-    active = true;
   }
 
-  bool excludes(void* object) const { return active && sorted.findSorted(object) >= 0; }
+  bool excludes(void* object) const {
+    if (count > kScanLimit) return sorted.findSorted(object) >= 0;
+    for (int i = 0; i < count; ++i) {
+      if (listed[i] == object) return true;
+    }
+    return false;
+  }
 
  private:
+  static constexpr int kScanLimit = 8;
+  KX_Base* const* listed = nullptr;
+  int count = 0;
   KX_VoidPtrArray sorted;
-  bool active = false;
 };
 
 void prepareResult(KX_ObjectArray& result) {

@@ -568,8 +568,8 @@ QV_API void FindPath_delete(void* handle);
 ///        of the map. Corners outside it are no nodes; on it, they stay.
 /// \param borderPointCount [in] the number of border points; 0 or less means
 ///        no border, and with 1 or 2 no corner lies inside, so no node stays.
-QV_API void FindPath_computeGraph(void* handle, float* coordinates, int* pointCounts, int polygonCount,
-                                  float inflation, int treeLevels, float* border, int borderPointCount);
+QV_API void FindPath_computeGraph(void* handle, float* coordinates, int* pointCounts, int polygonCount, float inflation,
+                                  int treeLevels, float* border, int borderPointCount);
 
 /// Builds the graph from box obstacles, as the polygon overload does; each
 /// box is the polygon (x, y), (x + width, y), (x + width, y + height),
