@@ -17,6 +17,7 @@
 
 #include "qv_helper/qv_helper.h"
 #include "vm/KX_VMOpcodeTable.h"
+#include "vm/KX_VMWordEncoder.h"
 #include "vm/KX_VirtualMachine.h"
 
 namespace vmw {
@@ -25,21 +26,11 @@ using namespace KX_VMWord;
 
 enum Bank : int { kInt = 0, kFloat = 1, kPtr = 2 };
 
-struct Operand {
-  int mode = kImmediate;
-  std::uint32_t constant = 0;
-  int source = 0;
-  int base = 0;
-  int index = 0;
-  int offset = 0;
-  int propertyId = 0;
-  bool hasProperty = false;
-  bool system = false;
-
+struct Operand : KX_VMOperandFields {
   // Adds a property id (modes 3 and 4).
   Operand property(int id) const {
     Operand copy = *this;
-    copy.propertyId = id;
+    copy.propertyId = static_cast<std::uint32_t>(id);
     copy.hasProperty = true;
     return copy;
   }
@@ -124,29 +115,7 @@ inline void opcodeOf(const char* mnemonic, int& group, int& subType) {
 
 // A word from raw fields, for words the table does not list.
 inline std::uint64_t rawWord(int group, int subType, int bank, int target, const Operand& op) {
-  std::uint64_t w = place(group, kGroupShift, kGroupBits) | place(subType, kSubTypeShift, kSubTypeBits) |
-                    place(target, kTargetShift, kTargetBits) | place(bank, kRegisterTypeShift, kRegisterTypeBits) |
-                    place(op.mode, kAddressModeShift, kAddressModeBits) |
-                    place(op.system ? 1 : 0, kSystemRegisterShift, 1);
-  switch (op.mode) {
-    case kImmediate:
-    case kAbsolute:
-      w |= place(op.constant, kConstantShift, kConstantBits);
-      break;
-    case kRegister:
-      w |= place(op.source, kSourceShift, kSourceBits);
-      break;
-    default:
-      w |= place(op.base, kBaseShift, kBaseBits) |
-           place(static_cast<std::uint32_t>(op.offset), kOffsetShift, kOffsetBits);
-      if (op.mode == kIndexed) w |= place(op.index, kIndexShift, kIndexBits);
-      if (op.hasProperty) {
-        w |= place(1, kHasPropertyShift, 1) |
-             place(static_cast<std::uint16_t>(op.propertyId), kPropertyShift, kPropertyBits);
-      }
-      break;
-  }
-  return w;
+  return KX_encodeVMWord(group, subType, bank, target, op);
 }
 
 inline std::uint64_t word(const char* mnemonic, int bank, int target, const Operand& op) {

@@ -4,6 +4,7 @@
 
 #include "assembler/QV_AssemblerParser.h"
 #include "vm/KX_VMOpcodeTable.h"
+#include "vm/KX_VMWordEncoder.h"
 
 using namespace KX_VMWord;
 
@@ -14,41 +15,7 @@ namespace {
 const char* const kBankNames[3] = {"int", "float", "pointer"};
 const char* const kBankArticles[3] = {"an ", "a ", "a "};
 
-// The fields of an operand, as the word builder needs them.
-struct Operand {
-  int mode = kImmediate;
-  std::uint32_t constant = 0;
-  int source = 0;
-  int base = 0;
-  int index = 0;
-  std::int32_t offset = 0;
-  bool system = false;
-  bool hasProperty = false;
-  std::uint32_t propertyId = 0;
-};
-
-std::uint64_t encode(int group, int subType, int bank, int target, const Operand& op) {
-  std::uint64_t w = place(group, kGroupShift, kGroupBits) | place(subType, kSubTypeShift, kSubTypeBits) |
-                    place(target, kTargetShift, kTargetBits) | place(bank, kRegisterTypeShift, kRegisterTypeBits) |
-                    place(op.mode, kAddressModeShift, kAddressModeBits) |
-                    place(op.system ? 1 : 0, kSystemRegisterShift, 1);
-  switch (op.mode) {
-    case kImmediate:
-    case kAbsolute:
-      w |= place(op.constant, kConstantShift, kConstantBits);
-      break;
-    case kRegister:
-      w |= place(op.source, kSourceShift, kSourceBits);
-      break;
-    default:
-      w |= place(op.base, kBaseShift, kBaseBits) |
-           place(static_cast<std::uint32_t>(op.offset), kOffsetShift, kOffsetBits);
-      if (op.mode == kIndexed) w |= place(op.index, kIndexShift, kIndexBits);
-      if (op.hasProperty) w |= place(1, kHasPropertyShift, 1) | place(op.propertyId, kPropertyShift, kPropertyBits);
-      break;
-  }
-  return w;
-}
+using Operand = KX_VMOperandFields;
 
 // The bank an operand's notation implies, for PARAM: -1 when it shows none.
 int impliedBank(const std::string& text) {
@@ -353,7 +320,7 @@ bool parseInstruction(const std::string& text, std::size_t start, int base,
       break;
     }
   }
-  word = encode(group, subType, bank, target, op);
+  word = KX_encodeVMWord(group, subType, bank, target, op);
   return true;
 }
 
