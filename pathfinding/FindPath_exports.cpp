@@ -1,5 +1,6 @@
 // The FindPath_ family: the registry of live path finders and the graph build
 // from the host's polygons or boxes.
+#include "pathfinding/KX_ObstacleDump.h"
 #include "pathfinding/KX_VisibilityGraph.h"
 #include "qv_helper/qv_helper.h"
 
@@ -65,6 +66,8 @@ void FindPath_computeGraph(void* handle, float* coordinates, int* pointCounts, i
     next += 2 * pointCount;
   }
   buildGraph(handle, obstacles, inflation, treeLevels, border, borderPointCount);
+  KX_writeObstacleDump(coordinates, pointCounts, polygonCount);
+  if (border != nullptr) KX_writePointDump("obstacleborder", border, borderPointCount);
 }
 
 void FindPath_computeGraph(void* handle, float* boxes, int boxCount, float inflation, int treeLevels, float* border,

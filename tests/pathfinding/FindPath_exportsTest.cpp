@@ -5,6 +5,7 @@
 #include "pathfinding/KX_VisibilityGraph.h"
 #include "qv_helper/qv_helper.h"
 #include "support/LiveBlockGuard.h"
+#include "support/TemporaryDirectory.h"
 
 namespace {
 
@@ -15,6 +16,8 @@ KX_VisibilityGraph& graphOf(void* handle) {
 }
 
 TEST_F(FindPath_exportsTest, BoxesAndPolygonsBuildTheSameGraphAndExitFreesEveryHandle) {
+  TemporaryDirectory dumps;  // the polygon build leaves its debugging files there
+  WorkingDirectoryScope scope(dumps.path);
   FindPath_init();
   void* fromBoxes = FindPath_create();
   void* fromPolygons = FindPath_create();
