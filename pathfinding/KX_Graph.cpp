@@ -221,25 +221,30 @@ void KX_Graph::computeShortestPaths(KX_FloatArray& distances, KX_IntArray& previ
   KX_ByteArray settled(nodeCount + 1);
   settled.resize(nodeCount);
   open.put(source, 0.0f);
+  // The scan over a node's row is the inner loop of every search: it reads
+  // the buffers directly.
+  float* distance = distances.getBuffer();
+  int* from = previous.getBuffer();
+  unsigned char* isSettled = settled.getBuffer();
   while (!open.isEmpty()) {
     int u = open.takeFirst();
-    settled.set(u, 1);
-    float distanceOfU = distances.at(u);
+    isSettled[u] = 1;
+    const float distanceOfU = distance[u];
+    const float* weights = weighted ? edgeWeights.getRow(u) : nullptr;
     for (int v = 0; v < nodeCount; ++v) {
       float weight;
       if (weighted) {
-        weight = edgeWeights.at(v, u);
-        if (std::isnan(weight)) continue;
+        weight = weights[v];  // NaN (no edge) fails the comparison below
       } else {
         if (!adjacency.getBit(v, u)) continue;
         weight = 1.0f;
       }
       float through = distanceOfU + weight;
       // Only a strictly shorter way replaces the one found first.
-      if (!(through < distances.at(v))) continue;
-      distances.set(v, through);
-      previous.set(v, u);
-      if (!settled.at(v)) open.put(v, through);
+      if (!(through < distance[v])) continue;
+      distance[v] = through;
+      from[v] = u;
+      if (!isSettled[v]) open.put(v, through);
     }
   }
 }

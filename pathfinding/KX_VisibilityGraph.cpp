@@ -101,6 +101,7 @@ void KX_VisibilityGraph::setPathCacheCapacity(int n) {
 }
 
 float KX_VisibilityGraph::findCachedPath(KX_IntArray& path, int source, int target) {
+  ++shortestPathRuns;  // taken back on a cache hit
   if (pathCacheCapacity == 0) return findShortestPath(path, source, target);
   KX_PathTree key(source);
   int found = pathCache.findSorted(&key);
@@ -109,6 +110,7 @@ float KX_VisibilityGraph::findCachedPath(KX_IntArray& path, int source, int targ
     // A hit changes only the use count, never the order of the cache.
     tree = static_cast<KX_PathTree*>(pathCache.at(found));
     ++tree->useCount;
+    --shortestPathRuns;
   } else {
     tree = new KX_PathTree(source);
     computeShortestPaths(tree->distances, tree->previous, source);

@@ -48,6 +48,51 @@ class KX_VisibilityGraph : public KX_Graph {
   // Empties the cache; the trees are stale once the graph changes.
   void clearPathCache() { pathCache.clear(); }
 
+  // Dynamic obstacles (KX_VisibilityGraphDynamic.cpp): polygons the host adds
+  // and removes between queries. They never touch the graph or the path
+  // cache; queries reach them through `dynamicTree` only.
+  //
+  // Takes a copy of `polygon`, grown by `inflation`, into the lists sorted by
+  // polygon address, and returns its index (valid until the next change).
+  int addDynamicObstacle(const KX_Polygon2D& polygon, void* data, bool barrier);
+  // `index` must be valid; deleting the only obstacle clears the lists
+  // whatever the index.
+  void deleteDynamicObstacle(int index);
+  // Empties the three lists and deletes `dynamicTree`.
+  void clearDynamicObstacles();
+
+  // The stages of a path query (KX_VisibilityGraphQuery.cpp and
+  // KX_VisibilityGraphRepair.cpp). A path is an open polyline.
+  //
+  // The point lies in a static obstacle, or with `dynamic` in a dynamic one.
+  bool isPointInObstacle(const KX_Point2D& point, bool dynamic);
+  // Moves a point that lies in an obstacle out along `direction`, in steps of
+  // `step`. A direction of zero or non-finite length leaves the point alone.
+  void movePointOutside(KX_Point2D& point, const KX_Point2D& direction, float step, bool dynamic);
+  // Moves both ends of a query out of obstacles, each the shortest way of
+  // eight tried directions.
+  void moveEndsOutOfObstacles(KX_Point2D& from, KX_Point2D& to, float step, bool dynamic);
+  // The rough path around the static obstacles: the two ends joined over the
+  // first and last obstacle crossings to a shortest path between corners.
+  bool findGraphPath(KX_Polygon2D& path, const KX_Point2D& from, const KX_Point2D& to);
+  // Detours around non-barrier dynamic obstacles by their corners, spending
+  // one of `maxInsertions` + 1 per corner; cuts the path before a barrier.
+  // False once the budget is spent.
+  bool avoidDynamicObstacles(KX_Polygon2D& path, int maxInsertions);
+  // Subdivides the path every `spacing` units, then removes every point that
+  // a free straight line can skip.
+  void smoothPath(KX_Polygon2D& path, float spacing, bool dynamic);
+  // The segment may run along an obstacle's edge and touch corners, but cuts
+  // through no obstacle of `tree` (nor leaves one from inside). Without a
+  // tree every segment is free.
+  static bool isSegmentFree(const QV_QuadTree* tree, const KX_LineSegment2D& segment);
+  // Cuts the path where it leaves the border and takes it along the border's
+  // corners where it leaves and comes back. False when nothing of it is left.
+  bool confinePathToBorder(KX_Polygon2D& path);
+  // The obstacles of `tree` near a segment: those whose box outline it crosses,
+  // then those whose box holds either end, each once (`list` borrows them).
+  static void getSegmentCandidates(const QV_QuadTree& tree, const KX_LineSegment2D& segment, KX_ObjectArray& list);
+
   // States of the build machine.
   static constexpr int kBuildStart = 0;
   static constexpr int kBuildInflate = 1;
@@ -79,6 +124,9 @@ class KX_VisibilityGraph : public KX_Graph {
   QV_QuadTree* dynamicTree = nullptr;
   KX_ObjectArray pathCache;
   int pathCacheCapacity = 0;
+  // Shortest-path searches that findCachedPath ran (not answered from the
+  // cache) since the handle was made: a figure for tools and benchmarks.
+  long long shortestPathRuns = 0;
   float inflation = 0.0f;
   int treeLevels = 0;
   int buildState = 0;

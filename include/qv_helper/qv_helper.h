@@ -521,7 +521,7 @@ QV_API int QuadTree_getObjectListFromSegment(void* tree, void** result, int maxR
                                              int excludeCount);
 
 // ---------------------------------------------------------------------------
-// FindPath_: path finders over static obstacles.
+// FindPath_: path finders over static and dynamic obstacles.
 //
 // A path finder holds the static obstacles of a map and the visibility graph
 // over their corners: its nodes are the corners of the obstacles after
@@ -548,10 +548,16 @@ QV_API void* FindPath_create();
 QV_API void FindPath_delete(void* handle);
 
 /// Builds the graph from polygon obstacles, replacing any earlier graph of
-/// the handle completely. Obstacles are inflated, then overlapping ones are
-/// merged and one inside another dropped; corners that no free line reaches,
-/// or that lie outside the border, are no nodes. With no obstacle (or none
-/// with a finite point) the handle is left without a graph.
+/// the handle completely. Also writes the debugging files "obstacles" (the
+/// polygons as given) and, with a border, "obstacleborder" into the working
+/// directory; tools/qvmap draws them. A file that cannot be written is
+/// skipped. Obstacles are inflated, then overlapping ones are merged and one
+/// inside another dropped. Edges that lie on one straight line count as
+/// meeting even when apart, so two obstacles with such edges (say two boxes
+/// side by side at the same height) merge into one that covers the gap
+/// between them. Corners that no free line reaches, or that lie outside the
+/// border, are no nodes. With no obstacle (or none with a finite point) the
+/// handle is left without a graph.
 /// \param handle [in] a live path finder handle.
 /// \param coordinates [in] the points of all polygons one after the other, as
 ///        x, y pairs: the sum of pointCounts pairs. Points with a NaN or
@@ -581,3 +587,71 @@ QV_API void FindPath_computeGraph(void* handle, float* coordinates, int* pointCo
 ///        polygon overload.
 QV_API void FindPath_computeGraph(void* handle, float* boxes, int boxCount, float inflation, int treeLevels,
                                   float* border, int borderPointCount);
+
+/// Finds a path around the obstacles: through the graph between the corners
+/// of the first and the last obstacle on the straight line, round dynamic
+/// obstacles by their corners, pulled taut, and kept inside the border.
+/// \param handle [in] a live path finder handle; without a graph every
+///        straight line is free.
+/// \param result [out] room for maxPoints x, y pairs.
+/// \param maxPoints [in] the most points written; points beyond are dropped
+///        from the end without notice. 0 or less writes nothing and gives 0.
+/// \param fromX, fromY, toX, toY [in] the ends. An end inside an obstacle is
+///        first moved out the shortest way found, so the path may start or
+///        end elsewhere than asked. An end on an obstacle's edge or corner
+///        counts as inside and is moved out too. Two equal ends are not
+///        moved, even inside an obstacle: there is no direction to go. With
+///        a NaN or infinite coordinate there is no path (0).
+/// \return the number of points written: the first is the (moved) start,
+///        the last the (moved) target, unless a barrier cut the path 0.001
+///        before its outline or the border cut it where it leaves. 1 when
+///        both ends are the same point. 0 when there is no path: obstacles on
+///        the line but no corner of them in the graph, the two ends in parts
+///        of the graph that no edge joins, more than 200 corner detours round
+///        dynamic obstacles, or a path that never enters the border.
+QV_API int FindPath_findPath(void* handle, float* result, int maxPoints, float fromX, float fromY, float toX,
+                             float toY);
+
+/// \return true if the point lies in a static or dynamic obstacle (after
+///        inflation), its outline included; false without a graph, and for a
+///        point with a NaN coordinate.
+QV_API bool FindPath_isPointInObstacle(void* handle, float x, float y);
+
+/// Moves a point that lies in an obstacle out along a direction, past every
+/// obstacle it lands in, in steps of 0.1 beyond each outline. A free point,
+/// a handle without a graph, or a direction of zero or non-finite length
+/// leaves the point where it is.
+/// \param x, y [in, out] the point.
+/// \param directionX, directionY [in] the direction; its length doesn't matter.
+QV_API void FindPath_movePointOutsideObstacles(void* handle, float& x, float& y, float directionX, float directionY);
+
+/// Adds an obstacle that comes and goes while the game runs; the graph and the
+/// cached paths stay as they are. It is inflated as the static ones are, and
+/// acts on queries only if a graph was built before it was added: a new graph
+/// build leaves it listed but without effect until it is added again. It
+/// acts only within the reach of the graph's trees: the box around the
+/// static obstacles, grown by 10 on every side.
+/// A barrier also writes its points to the debugging file "dynobstacles".
+/// \param points [in] pointCount x, y pairs; a count of 0 or less adds an
+///        obstacle without points, which blocks nothing. One of fewer than
+///        three points, or of no area, holds no point (nothing is moved out
+///        of it), though paths may still go round its corners or stop at it.
+/// \param data [in] the host's pointer, for FindPath_getDynamicObstacleByData.
+/// \param barrier [in] true: paths stop 0.001 before it instead of going round.
+/// \return the obstacle's index. The list is kept in an internal order, so
+///        an add or delete may change every other obstacle's index: ask
+///        FindPath_getDynamicObstacleByData again after a change.
+QV_API int FindPath_addDynamicObstacle(void* handle, float* points, int pointCount, void* data, bool barrier);
+
+/// Removes the dynamic obstacle at a valid index (not checked). Removing the
+/// only obstacle clears the list, whatever the index.
+QV_API void FindPath_deleteDynamicObstacle(void* handle, int index);
+
+/// Removes every dynamic obstacle.
+QV_API void FindPath_clearDynamicObstacleList(void* handle);
+
+/// \return the lowest index whose obstacle bears `data`, or -1.
+QV_API int FindPath_getDynamicObstacleByData(void* handle, void* data);
+
+/// \return the barrier flag of the dynamic obstacle at a valid index (not checked).
+QV_API bool FindPath_isDynamicObstacleBarrier(void* handle, int index);

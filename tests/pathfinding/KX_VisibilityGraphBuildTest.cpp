@@ -14,21 +14,12 @@
 
 #include "pathfinding/KX_VisibilityGraph.h"
 #include "support/LiveBlockGuard.h"
+#include "support/ObstacleShapes.h"
 
 namespace {
 
 using KX_VisibilityGraphBuildTest = LiveBlockTest;
 using Corners = std::set<std::pair<float, float>>;
-
-KX_Polygon2D* polygon(std::initializer_list<KX_Point2D> points) {
-  KX_Polygon2D* result = new KX_Polygon2D();
-  for (const KX_Point2D& point : points) result->append(point);
-  return result;
-}
-
-KX_Polygon2D* box(float x, float y, float w, float h) {
-  return polygon({{x, y}, {x + w, y}, {x + w, y + h}, {x, y + h}});
-}
 
 void build(KX_VisibilityGraph& graph, std::initializer_list<KX_Polygon2D*> obstacles, float inflation = 0.0f,
            const KX_Polygon2D* border = nullptr, int levels = 4) {
