@@ -221,30 +221,31 @@ void KX_Graph::computeShortestPaths(KX_FloatArray& distances, KX_IntArray& previ
   KX_ByteArray settled(nodeCount + 1);
   settled.resize(nodeCount);
   open.put(source, 0.0f);
-  // The scan over a node's row is the inner loop of every search: it reads
-  // the buffers directly.
+  // The scan over a node's neighbours is the inner loop of every search: it
+  // walks the set bits of the node's adjacency row, lowest first, and reads
+  // the weights' row directly. A weight is set only with its bit.
   float* distance = distances.getBuffer();
   int* from = previous.getBuffer();
   unsigned char* isSettled = settled.getBuffer();
+  const int rowBytes = (nodeCount + 7) / 8;
   while (!open.isEmpty()) {
     int u = open.takeFirst();
     isSettled[u] = 1;
     const float distanceOfU = distance[u];
+    const unsigned char* neighbours = adjacency.getRow(u);
     const float* weights = weighted ? edgeWeights.getRow(u) : nullptr;
-    for (int v = 0; v < nodeCount; ++v) {
-      float weight;
-      if (weighted) {
-        weight = weights[v];  // NaN (no edge) fails the comparison below
-      } else {
-        if (!adjacency.getBit(v, u)) continue;
-        weight = 1.0f;
+    for (int byte = 0; byte < rowBytes; ++byte) {
+      for (unsigned bits = neighbours[byte]; bits != 0; bits &= bits - 1) {
+        int v = byte * 8 + __builtin_ctz(bits);
+        if (v >= nodeCount) break;  // spare bits of the last byte
+        float through = distanceOfU + (weighted ? weights[v] : 1.0f);
+        // Only a strictly shorter way replaces the one found first; a NaN
+        // weight fails the comparison.
+        if (!(through < distance[v])) continue;
+        distance[v] = through;
+        from[v] = u;
+        if (!isSettled[v]) open.put(v, through);
       }
-      float through = distanceOfU + weight;
-      // Only a strictly shorter way replaces the one found first.
-      if (!(through < distance[v])) continue;
-      distance[v] = through;
-      from[v] = u;
-      if (!isSettled[v]) open.put(v, through);
     }
   }
 }
