@@ -21,6 +21,17 @@ void markAllClear(KX_BitArray& bits, int n) {
   for (int i = 0; i < n; ++i) bits.insertBit(i, false);
 }
 
+// Appends a point of the walk unless it repeats the last one. Outlines that
+// meet at a vertex (two walls in an L, boxes sharing a corner) make the walk
+// cross over at that very point, often several times; a repeated point would
+// be a zero-length edge, and a zero-length edge lies on one line with every
+// other edge, so later relation tests would find it crossing every obstacle.
+void appendDistinct(KX_Polygon2D& outline, const KX_Point2D& point) {
+  const int count = outline.getCount();
+  if (count > 0 && outline.at(count - 1) == point) return;
+  outline.append(point);
+}
+
 }  // namespace
 
 void KX_Polygon2D::unionWith(KX_Polygon2D& other) {
@@ -62,7 +73,7 @@ void KX_Polygon2D::unionWith(KX_Polygon2D& other) {
     KX_BitArray& visited = current == &copy ? copyVisited : otherVisited;
     if (visited.getBit(i)) break;
     KX_Point2D vertex = current->at(i);
-    append(vertex);
+    appendDistinct(*this, vertex);
     visited.setBit(i, true);
 
     KX_LineSegment2D edge = current->getEdge(i);
@@ -84,11 +95,13 @@ void KX_Polygon2D::unionWith(KX_Polygon2D& other) {
       i = i + 1 < current->count ? i + 1 : 0;
       continue;
     }
-    append(crossing);
+    appendDistinct(*this, crossing);
     KX_Polygon2D* swap = current;
     current = opposite;
     opposite = swap;
     i = crossedEdge + 1 < current->count ? crossedEdge + 1 : 0;
   }
+  // The outline closes on its first point: a last point equal to it goes too.
+  if (count > 1 && at(count - 1) == at(0)) remove(count - 1);
   flags &= static_cast<std::uint8_t>(~(kCounterClockwiseValid | kConvexValid | kTrianglesValid));
 }

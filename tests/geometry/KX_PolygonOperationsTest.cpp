@@ -114,6 +114,40 @@ TEST_F(KX_PolygonOperations, UnionTracesTheOuterOutline) {
   EXPECT_EQ(empty.getCount(), 8);
 }
 
+TEST_F(KX_PolygonOperations, WallsMeetingAtACornerUniteWithoutRepeatedPoints) {
+  // Two walls in an L that share their corner at the origin: the walk crosses
+  // over at that corner again and again, and must not leave zero-length edges.
+  for (int winding = 0; winding < 4; ++winding) {
+    KX_Polygon2D across, up, far;
+    set(across, square(0, 0, 10, 1), winding & 1);
+    set(up, square(0, 0, 1, 10), winding & 2);
+    across.unionWith(up);
+    const int n = across.getCount();
+    for (int i = 0; i < n; ++i) {
+      EXPECT_FALSE(across.at(i) == across.at((i + 1) % n)) << winding << ": point " << i << " repeats";
+    }
+    // With no zero-length edge, a square far off neither overlaps nor lies inside.
+    set(far, square(40, 40, 45, 45));
+    bool r[3] = {true, true, true};
+    across.getRelation(far, r[0], r[1], r[2]);
+    EXPECT_FALSE(r[0] || r[1] || r[2]) << winding;
+    if (winding < 2) {
+      EXPECT_NEAR(std::fabs(signedArea(across)), 19.0, 1e-4) << winding;
+      expectVertices(across, {{0, 0}, {10, 0}, {10, 1}, {1, 1}, {1, 10}, {0, 10}}, __LINE__);
+      EXPECT_TRUE(across.contains({0.5f, 5.0f})) << winding;
+    }
+  }
+  // The walls share parts of two edges. Collinear edges meet at the middle of
+  // their common extent, so with the upright wall wound the other way the walk
+  // hands over at (5, 0) and closes early: the upright arm is lost.
+  KX_Polygon2D across, up;
+  set(across, square(0, 0, 10, 1));
+  set(up, square(0, 0, 1, 10), true);
+  across.unionWith(up);
+  EXPECT_FALSE(across.contains({0.5f, 5.0f}));
+  expectVertices(across, {{10, 1}, {10, 0}, {5, 0}, {0, 0}}, __LINE__);
+}
+
 TEST_F(KX_PolygonOperations, OffsetsKeepSharpCornersAndTurnInsideOutPastTheInradius) {
   for (int winding = 0; winding < 2; ++winding) {
     KX_Polygon2D polygon, straight, triangle, before;

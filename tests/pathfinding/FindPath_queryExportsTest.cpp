@@ -82,6 +82,17 @@ TEST_F(FindPath_queryExportsTest, TheQueryAnswersItsSimpleCasesAsDocumented) {
   }
 }
 
+TEST_F(FindPath_queryExportsTest, WallsInAnLStayObstaclesAndLeaveTheOthersAlone) {
+  // Two walls that meet at a corner merge into one L; a box far off must stay
+  // an obstacle of its own, and a path must go round it.
+  buildBoxes({150, 120, 70, 6, 150, 120, 6, 70, 400, 400, 50, 50}, 1.5f);
+  for (Path inside : {Path{160, 123}, Path{153, 150}, Path{425, 425}}) {
+    EXPECT_TRUE(FindPath_isPointInObstacle(handle, inside[0], inside[1])) << inside[0] << ", " << inside[1];
+  }
+  // The diagonal meets the L's upright wall, then the box: round a corner of each.
+  EXPECT_EQ(findPath(100, 100, 500, 500), (Path{100, 100, 148.5f, 191.5f, 398.5f, 451.5f, 500, 500}));
+}
+
 TEST_F(FindPath_queryExportsTest, PointsMoveOutAlongTheirDirection) {
   buildBoxes({0, 0, 10, 4});
   EXPECT_TRUE(FindPath_isPointInObstacle(handle, 5, 2));
