@@ -3,6 +3,7 @@
 
 #include "qv_helper/qv_helper.h"
 #include "vm/KX_VMImageFormat.h"
+#include "vm/KX_VMSymbolTable.h"
 #include "vm/KX_VirtualMachine.h"
 #include "vm/VM_reportError.h"
 
@@ -40,29 +41,35 @@ bool fitsAddressSpace(std::uint32_t count, std::uint32_t reserve) {
 
 int KX_VirtualMachine::loadImage(const void* imageBlock, const char* entryName, long long imageSize) {
   const unsigned char* image = static_cast<const unsigned char*>(imageBlock);
+  // With a size, each test first makes sure that the bytes it reads are there.
   const bool sized = imageSize >= 0;
-  if (sized && imageSize < 4) return VM_reportError(VM_ERROR_MAGIC, "executable image too short");
+  if (sized && imageSize < 4) return VM_reportError(VM_ERROR_FORMAT, "executable image too short");
   if (std::memcmp(image, kMagic, sizeof kMagic) != 0) return VM_ERROR_MAGIC;
+  if (sized && imageSize < 8) return VM_reportError(VM_ERROR_FORMAT, "executable image too short");
+  const std::uint32_t version = readWord(image + kOffsetVersion);
+  if (version != kVersion) return VM_reportError(VM_ERROR_VERSION, "executable version: %u", version);
   if (sized && imageSize < static_cast<long long>(kHeaderBytes)) {
-    return VM_reportError(VM_ERROR_CHECKSUM, "executable image too short");
+    return VM_reportError(VM_ERROR_FORMAT, "executable image too short");
   }
   const Header h = readHeader(image);
-  if (h.version != kVersion) return VM_reportError(VM_ERROR_VERSION, "executable version: %u", h.version);
+  // Sections inside the header only an untrusted image is refused for; a
+  // trusted one is read as its header says.
+  if (sized && h.headerSize < kHeaderBytes) return VM_reportError(VM_ERROR_FORMAT, "executable header too short");
 
   // A length that wraps in 32 bits, or ends inside the checksum's start,
   // would let the sections reach bytes no checksum covered: such a header
   // cannot belong to a valid image.
   const std::uint32_t length = imageLength(h);
   if (exactImageLength(h) != length || length < kChecksumStart) {
-    return VM_reportError(VM_ERROR_CHECKSUM, "executable length out of range");
+    return VM_reportError(VM_ERROR_FORMAT, "executable length out of range");
   }
   if (sized && static_cast<long long>(length) > imageSize) {
-    return VM_reportError(VM_ERROR_CHECKSUM, "executable image too short");
+    return VM_reportError(VM_ERROR_FORMAT, "executable image too short");
   }
   if (checksum(image + kChecksumStart, length - kChecksumStart) != h.checksum) return VM_ERROR_CHECKSUM;
   if (!fitsAddressSpace(h.codeCount, 0) || !fitsAddressSpace(h.intCount, h.intReserve) ||
       !fitsAddressSpace(h.floatCount, h.floatReserve) || !fitsAddressSpace(h.pointerCount, h.pointerReserve)) {
-    return VM_reportError(VM_ERROR_CHECKSUM, "executable memory beyond the address space");
+    return VM_reportError(VM_ERROR_FORMAT, "executable memory beyond the address space");
   }
   // Nothing of the machine has changed up to here.
 
@@ -91,33 +98,12 @@ int KX_VirtualMachine::loadImage(const void* imageBlock, const char* entryName, 
   loadMemory<KX_IntArray, int>(pointerMemory, cursor, h.pointerCount, h.pointerReserve);
   cursor += 4ull * h.pointerCount;
 
-  symbolNames.clear();
-  symbolAddresses.clear();
-  for (std::uint32_t i = 0; i < h.symbolCount; ++i) {
-    symbolAddresses.append(static_cast<int>(readWord(cursor + 4 * i)));
-  }
-  cursor += 4ull * h.symbolCount;
-
-  // Only the start of each name must lie inside the name section; the last
-  // name may run on, but never past the end of the image (its computed
-  // length, or the given size when that is larger).
+  // The last name may run on, but never past the end of the image (its
+  // computed length, or the given size when that is larger).
   const unsigned char* end = image + length;
   if (sized && imageSize > static_cast<long long>(length)) end = image + imageSize;
-  std::uint32_t consumed = 0;
-  while (consumed < h.symbolNameBytes) {
-    const char* name = reinterpret_cast<const char*>(cursor + consumed);
-    const std::size_t room = static_cast<std::size_t>(end - (cursor + consumed));
-    const std::size_t nameLength = strnlen(name, room);
-    KX_String* symbol = new KX_String();
-    symbol->caseInsensitive = true;
-    for (std::size_t c = 0; c < nameLength; ++c) symbol->append(name[c]);
-    symbolNames.append(symbol);
-    consumed += static_cast<std::uint32_t>(nameLength) + 1;
-  }
-
-  // Names and addresses pair by index; the longer list loses its tail.
-  while (symbolNames.getCount() > symbolAddresses.getCount()) symbolNames.remove(symbolNames.getCount() - 1);
-  if (symbolAddresses.getCount() > symbolNames.getCount()) symbolAddresses.resize(symbolNames.getCount());
+  KX_readVMSymbolTable(cursor, h.symbolCount, cursor + 4ull * h.symbolCount, h.symbolNameBytes, end, symbolNames,
+                       symbolAddresses);
 
   if (entryName == nullptr) {
     running = false;
