@@ -1,5 +1,6 @@
 # Runs qvdemo as a user would and checks what it promises: the same seed
-# gives the same run, the uncounted slices change nothing, another seed changes the outcome, and bad
+# gives the same run, the halfway save and restore of every machine and the
+# uncounted slices change nothing, another seed changes the outcome, and bad
 # input exits with 2 and a clear message.
 #   cmake -DQVDEMO=path -DWORK_DIR=dir -P DemoRuns.cmake
 file(REMOVE_RECURSE ${WORK_DIR})
@@ -27,9 +28,11 @@ endfunction()
 
 run(saved --seed 7)
 run(again --seed 7)
+run(unsaved --seed 7 --no-save)
 run(sliced --seed 7 --slices)
 run(other --seed 8)
 expect_same(saved again)
+expect_same(saved unsaved)
 expect_same(saved sliced)
 
 file(READ ${WORK_DIR}/saved.txt saved)
@@ -44,12 +47,15 @@ list(LENGTH lines count)
 if(NOT count EQUAL 24)
   message(FATAL_ERROR "expected 24 positions, got ${count}")
 endif()
-foreach(pattern "0 script errors" "units arrived  [1-9]"
+foreach(pattern "save/restore   24 machines at frame 300" "0 script errors" "units arrived  [1-9]"
                 "VM             [1-9][0-9]* instructions")
   if(NOT saved_output MATCHES "${pattern}")
     message(FATAL_ERROR "summary lacks '${pattern}':\n${saved_output}")
   endif()
 endforeach()
+if(NOT unsaved_output MATCHES "save/restore   none")
+  message(FATAL_ERROR "--no-save still saved:\n${unsaved_output}")
+endif()
 
 # The picture: one marker per unit, a trail each, the scene's obstacles.
 file(READ ${WORK_DIR}/saved.svg svg)
