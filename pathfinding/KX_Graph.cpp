@@ -228,8 +228,8 @@ void KX_Graph::computeShortestPaths(KX_FloatArray& distances, KX_IntArray& previ
   int* from = previous.getBuffer();
   unsigned char* isSettled = settled.getBuffer();
   const int rowBytes = (nodeCount + 7) / 8;
-  while (!open.isEmpty()) {
-    int u = open.takeFirst();
+  int u;
+  while (open.takeFirst(u)) {
     isSettled[u] = 1;
     const float distanceOfU = distance[u];
     const unsigned char* neighbours = adjacency.getRow(u);

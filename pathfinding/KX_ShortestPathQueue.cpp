@@ -1,76 +1,89 @@
 #include "pathfinding/KX_ShortestPathQueue.h"
 
+#include <cstring>
+
+namespace {
+
+// The key's bits turned so that unsigned order is the order of `<` on the
+// floats: negative keys below positive ones, -0 taken as 0 (the two are
+// equal to `<`). The insertion number fills the low half.
+std::uint64_t pack(float key, std::uint32_t insertion) {
+  float canonical = key + 0.0f;  // -0 + 0 is +0
+  std::uint32_t bits;
+  std::memcpy(&bits, &canonical, sizeof bits);
+  bits = (bits & 0x80000000u) ? ~bits : bits | 0x80000000u;
+  return (std::uint64_t(bits) << 32) | insertion;
+}
+
+std::uint32_t insertionOf(long long entry) {
+  return static_cast<std::uint32_t>(static_cast<std::uint64_t>(entry));
+}
+
+bool isBefore(long long a, long long b) {
+  return static_cast<std::uint64_t>(a) < static_cast<std::uint64_t>(b);
+}
+
+}  // namespace
+
 KX_ShortestPathQueue::KX_ShortestPathQueue(int nodeCount)
-    : heap(nodeCount + 1), position(nodeCount + 1), keys(nodeCount + 1), insertion(nodeCount + 1) {
-  position.resize(nodeCount);
-  for (int i = 0; i < nodeCount; ++i) position.set(i, -1);
-  keys.resize(nodeCount);
-  insertion.resize(nodeCount);
-}
-
-// Keys are compared with `<` only, so a NaN key (which no caller passes)
-// would sort behind nothing but still come out.
-bool KX_ShortestPathQueue::isBefore(int a, int b) const {
-  float keyA = keys.at(a);
-  float keyB = keys.at(b);
-  if (keyA < keyB) return true;
-  if (keyB < keyA) return false;
-  return insertion.at(a) < insertion.at(b);
-}
-
-void KX_ShortestPathQueue::place(int slot, int node) {
-  heap.set(slot, node);
-  position.set(node, slot);
+    : heap(nodeCount + 1), nodeOfPut(nodeCount + 1), lastPut(nodeCount + 1) {
+  lastPut.resize(nodeCount);
+  int* last = lastPut.getBuffer();
+  for (int i = 0; i < nodeCount; ++i) last[i] = -1;
 }
 
 void KX_ShortestPathQueue::siftUp(int slot) {
-  int node = heap.at(slot);
+  long long* entries = heap.getBuffer();
+  long long entry = entries[slot];
   while (slot > 0) {
     int parent = (slot - 1) / 2;
-    if (!isBefore(node, heap.at(parent))) break;
-    place(slot, heap.at(parent));
+    if (!isBefore(entry, entries[parent])) break;
+    entries[slot] = entries[parent];
     slot = parent;
   }
-  place(slot, node);
+  entries[slot] = entry;
 }
 
 void KX_ShortestPathQueue::siftDown(int slot) {
-  int n = heap.getCount();
-  int node = heap.at(slot);
+  long long* entries = heap.getBuffer();
+  int n = heapSize;
+  long long entry = entries[slot];
   for (;;) {
     int child = 2 * slot + 1;
     if (child >= n) break;
-    if (child + 1 < n && isBefore(heap.at(child + 1), heap.at(child))) ++child;
-    if (!isBefore(heap.at(child), node)) break;
-    place(slot, heap.at(child));
+    if (child + 1 < n && isBefore(entries[child + 1], entries[child])) ++child;
+    if (!isBefore(entries[child], entry)) break;
+    entries[slot] = entries[child];
     slot = child;
   }
-  place(slot, node);
-}
-
-void KX_ShortestPathQueue::removeAt(int slot) {
-  int removed = heap.at(slot);
-  int last = heap.getCount() - 1;
-  int moved = heap.at(last);
-  heap.remove(last);
-  position.set(removed, -1);
-  if (slot == last) return;
-  place(slot, moved);
-  siftDown(slot);
-  siftUp(position.at(moved));
+  entries[slot] = entry;
 }
 
 void KX_ShortestPathQueue::put(int node, float key) {
-  if (contains(node)) removeAt(position.at(node));
-  keys.set(node, key);
-  insertion.set(node, insertions++);
-  int slot = heap.append(node);
-  position.set(node, slot);
-  siftUp(slot);
+  std::uint32_t insertion = insertions++;
+  nodeOfPut.append(node);
+  lastPut.getBuffer()[node] = static_cast<int>(insertion);
+  long long entry = static_cast<long long>(pack(key, insertion));
+  if (heapSize == heap.getCount()) {
+    heap.append(entry);
+  } else {
+    heap.getBuffer()[heapSize] = entry;
+  }
+  siftUp(heapSize++);
 }
 
-int KX_ShortestPathQueue::takeFirst() {
-  int first = heap.at(0);
-  removeAt(0);
-  return first;
+bool KX_ShortestPathQueue::takeFirst(int& node) {
+  long long* entries = heap.getBuffer();
+  while (heapSize > 0) {
+    long long first = entries[0];
+    entries[0] = entries[--heapSize];
+    if (heapSize > 0) siftDown(0);
+    std::uint32_t insertion = insertionOf(first);
+    int candidate = nodeOfPut.at(static_cast<int>(insertion));
+    if (lastPut.at(candidate) != static_cast<int>(insertion)) continue;  // superseded
+    lastPut.getBuffer()[candidate] = -1;
+    node = candidate;
+    return true;
+  }
+  return false;
 }
