@@ -25,8 +25,10 @@ bool isBefore(long long a, long long b) {
 
 }  // namespace
 
+// A search puts a node in a few times on average: the entry arrays grow in
+// steps of four times the node count.
 KX_ShortestPathQueue::KX_ShortestPathQueue(int nodeCount)
-    : heap(nodeCount + 1), nodeOfPut(nodeCount + 1), lastPut(nodeCount + 1) {
+    : heap(4 * nodeCount + 4), nodeOfPut(4 * nodeCount + 4), lastPut(nodeCount + 1) {
   lastPut.resize(nodeCount);
   int* last = lastPut.getBuffer();
   for (int i = 0; i < nodeCount; ++i) last[i] = -1;
