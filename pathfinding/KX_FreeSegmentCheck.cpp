@@ -66,6 +66,10 @@ bool KX_FreeSegmentCheck::blocks(KX_Polygon2D& polygon, const KX_LineSegment2D& 
 
 bool KX_FreeSegmentCheck::isFree(const KX_LineSegment2D& segment) {
   if (tree == nullptr) return true;
+  current = &segment;
+  if (!tree->visitObjectsOnLineSegment(segment, *this, nullptr, 0, nullptr, blockerLevel)) return false;
+  // The obstacles whose box holds an end; most of them the walk has tried
+  // already, which only costs a second try of a segment found free so far.
   // Equal points (0 and -0 alike) find the same boxes; NaN is never equal.
   if (!startKnown || !(segment.start == start)) {
     tree->getObjectListFromPoint(atStart, segment.start, nullptr, 0, nullptr);
@@ -74,9 +78,7 @@ bool KX_FreeSegmentCheck::isFree(const KX_LineSegment2D& segment) {
   }
   if (blocksAny(atStart, segment)) return false;
   tree->getObjectListFromPoint(atEnd, segment.end, nullptr, 0, &atStart);
-  if (blocksAny(atEnd, segment)) return false;
-  current = &segment;
-  return tree->visitObjectsOnLineSegment(segment, *this, nullptr, 0, nullptr, blockerLevel);
+  return !blocksAny(atEnd, segment);
 }
 
 bool KX_FreeSegmentCheck::blocksAny(const KX_ObjectArray& obstacles, const KX_LineSegment2D& segment) {
@@ -86,18 +88,8 @@ bool KX_FreeSegmentCheck::blocksAny(const KX_ObjectArray& obstacles, const KX_Li
   return false;
 }
 
-bool KX_FreeSegmentCheck::wasTried(void* object) const {
-  for (int i = 0; i < atStart.getCount(); ++i) {
-    if (atStart.at(i) == object) return true;
-  }
-  for (int i = 0; i < atEnd.getCount(); ++i) {
-    if (atEnd.at(i) == object) return true;
-  }
-  return false;
-}
-
 bool KX_FreeSegmentCheck::visit(void* object, int level) {
-  if (wasTried(object) || !blocks(*static_cast<KX_Polygon2D*>(object), *current, points)) return true;
+  if (!blocks(*static_cast<KX_Polygon2D*>(object), *current, points)) return true;
   blockerLevel = level;
   return false;
 }

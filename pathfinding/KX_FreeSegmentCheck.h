@@ -5,12 +5,12 @@
 // A segment is free when no obstacle near it blocks it (near: an obstacle
 // whose box outline the tree's walk along the segment finds crossed, or
 // whose box holds an end), and whether one obstacle blocks depends on that
-// obstacle and the segment alone. So the
-// obstacles may be tried in any order, and the first that blocks ends the
-// test. They are tried where blockers are likeliest: those whose box holds
-// the segment's start (asked of the tree once for a run of segments from one
-// start), those whose box holds its end, then those of the tree's walk along
-// the segment, beginning with the level where the last blocker was met.
+// obstacle and the segment alone. So the obstacles may be tried in any
+// order, and the first that blocks ends the check. The walk comes first,
+// beginning with the level where the last blocker was met, since nearly
+// every segment the smoothing asks about is blocked; only a segment that it
+// finds free asks for the obstacles at its ends (those at the start once for
+// a run of segments from one start).
 #pragma once
 
 #include "foundation/KX_ObjectArray.h"
@@ -36,10 +36,9 @@ class KX_FreeSegmentCheck : public QV_QuadTree::SegmentVisitor {
 
  private:
   bool blocksAny(const KX_ObjectArray& obstacles, const KX_LineSegment2D& segment);
-  bool wasTried(void* object) const;
 
   const QV_QuadTree* tree;
-  // The obstacles whose box holds `start`, and those at the current end.
+  // The obstacles whose box holds `start`, and those at the last end asked.
   KX_Point2D start{0.0f, 0.0f};
   bool startKnown = false;
   KX_ObjectArray atStart;
