@@ -3,12 +3,11 @@
 // That is the order of an unbalanced search tree that inserts equal keys to
 // the right, without its worst case.
 //
-// A binary heap of entries, each the pair (distance, insertion number) packed
-// into one integer that orders like the pair. A node whose distance drops is
-// put in again; its earlier entry stays in the heap, is known as superseded
-// by its insertion number, and is passed over when it comes to the top. The
-// valid entries are exactly the nodes with their last key, so nodes come out
-// in the same order as from a heap that took the old entry out.
+// A binary heap of the nodes in the set, each under the pair (distance,
+// insertion number) packed into one integer that orders like the pair. The
+// pairs are all different, so the order in which nodes come out is fixed,
+// whatever the heap's shape. A node put in again moves within the heap: up
+// when its key drops, as it does in a search, down otherwise.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +19,7 @@ class KX_ShortestPathQueue : public KX_Allocated {
  public:
   explicit KX_ShortestPathQueue(int nodeCount);
 
-  // Puts the node in with this key (not NaN), superseding an earlier put of
+  // Puts the node in with this key (not NaN), replacing an earlier key of
   // it; it then comes after every node of an equal key.
   void put(int node, float key);
   // Takes out the node of the smallest key, the earliest put in among
@@ -28,14 +27,15 @@ class KX_ShortestPathQueue : public KX_Allocated {
   bool takeFirst(int& node);
 
  private:
+  void place(int slot, long long entry, int node);
   void siftUp(int slot);
   void siftDown(int slot);
 
-  // Packed (key, insertion) entries in heap order, the first `heapSize` of
-  // them; the array's count is the most there were, so it never shrinks.
-  KX_LongLongArray heap;
+  // Packed (key, insertion) entries and their nodes, in heap order; the
+  // first `heapSize` places are in use.
+  KX_LongLongArray entries;
+  KX_IntArray nodes;
   int heapSize = 0;
-  KX_IntArray nodeOfPut;  // the node of each insertion number
-  KX_IntArray lastPut;    // each node's last insertion number, -1 if none
+  KX_IntArray position;  // each node's slot, -1 when it is not in the heap
   std::uint32_t insertions = 0;
 };
