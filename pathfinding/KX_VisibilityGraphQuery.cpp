@@ -4,7 +4,6 @@
 #include <cmath>
 #include <initializer_list>
 
-#include "geometry/KX_Epsilon.h"
 #include "pathfinding/KX_FreeSegmentCheck.h"
 #include "pathfinding/KX_VisibilityGraph.h"
 
