@@ -4,7 +4,8 @@
 // Speed: each pair is timed alone, once with an empty path cache ("cold":
 // every query runs a shortest-path search) and once after all pairs ran
 // ("warm"). The counters give the median and the 95th percentile in
-// microseconds, and the shortest-path searches per 1000 queries.
+// microseconds, the shortest-path searches per 1000 queries, and the memory
+// blocks a query takes on average.
 //
 // Quality: each path's length against the exact shortest path between the
 // same (moved-out) ends around the same inflated obstacles, found here
@@ -24,6 +25,7 @@
 
 #include "BenchMaps.h"
 #include "pathfinding/KX_VisibilityGraph.h"
+#include "platform/kxsys.h"
 #include "support/SegmentOracle.h"
 
 namespace {
@@ -70,15 +72,19 @@ void buildMap(KX_VisibilityGraph& graph, bool boxes, int count) {
   graph.setPathCacheCapacity(std::min(graph.nodeCount, 600));
 }
 
-// Times every pair once; `coldCache` empties the cache before each.
-std::vector<double> timeQueries(KX_VisibilityGraph& graph, const std::vector<Pair>& pairs, bool coldCache) {
+// Times every pair once; `coldCache` empties the cache before each. Adds
+// the blocks the queries took to `blocks`.
+std::vector<double> timeQueries(KX_VisibilityGraph& graph, const std::vector<Pair>& pairs, bool coldCache,
+                                long long& blocks) {
   std::vector<double> micros;
-  KX_Polygon2D path;
   for (const Pair& pair : pairs) {
     if (coldCache) graph.clearPathCache();
+    long long blocksBefore = KX_getAllocationCount();
     auto start = std::chrono::steady_clock::now();
+    KX_Polygon2D path;
     bool found = runQuery(graph, pair.from, pair.to, path);
     auto stop = std::chrono::steady_clock::now();
+    blocks += KX_getAllocationCount() - blocksBefore;
     benchmark::DoNotOptimize(found);
     micros.push_back(std::chrono::duration<double, std::micro>(stop - start).count());
   }
@@ -90,14 +96,14 @@ void querySpeed(benchmark::State& state, bool boxes) {
   buildMap(graph, boxes, int(state.range(0)));
   const std::vector<Pair> pairs = randomPairs();
   std::vector<double> cold, warm;
-  long long coldRuns = 0, warmRuns = 0;
+  long long coldRuns = 0, warmRuns = 0, coldBlocks = 0, warmBlocks = 0, fillBlocks = 0;
   for (auto _ : state) {
     long long before = graph.shortestPathRuns;
-    cold = timeQueries(graph, pairs, true);
+    cold = timeQueries(graph, pairs, true, coldBlocks);
     coldRuns = graph.shortestPathRuns - before;
-    timeQueries(graph, pairs, false);  // fills the cache
+    timeQueries(graph, pairs, false, fillBlocks);  // fills the cache
     before = graph.shortestPathRuns;
-    warm = timeQueries(graph, pairs, false);
+    warm = timeQueries(graph, pairs, false, warmBlocks);
     warmRuns = graph.shortestPathRuns - before;
   }
   state.counters["nodes"] = graph.nodeCount;
@@ -107,10 +113,16 @@ void querySpeed(benchmark::State& state, bool boxes) {
   state.counters["warm_median_us"] = percentile(warm, 0.5);
   state.counters["warm_p95_us"] = percentile(warm, 0.95);
   state.counters["warm_searches"] = double(warmRuns);
+  state.counters["cold_blocks"] = double(coldBlocks) / double(pairs.size());
+  state.counters["warm_blocks"] = double(warmBlocks) / double(pairs.size());
 }
 
-void querySpeedBoxes(benchmark::State& state) { querySpeed(state, true); }
-void querySpeedPolygons(benchmark::State& state) { querySpeed(state, false); }
+void querySpeedBoxes(benchmark::State& state) {
+  querySpeed(state, true);
+}
+void querySpeedPolygons(benchmark::State& state) {
+  querySpeed(state, false);
+}
 BENCHMARK(querySpeedBoxes)->Arg(50)->Arg(200)->Arg(500)->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(querySpeedPolygons)->Arg(100)->Iterations(1)->Unit(benchmark::kMillisecond);
 
@@ -169,7 +181,9 @@ class ExactPaths {
   }
 
  private:
-  static double distance(const KX_Point2D& a, const KX_Point2D& b) { return std::hypot(double(b.x) - a.x, double(b.y) - a.y); }
+  static double distance(const KX_Point2D& a, const KX_Point2D& b) {
+    return std::hypot(double(b.x) - a.x, double(b.y) - a.y);
+  }
 
   bool isFree(const KX_Point2D& a, const KX_Point2D& b) const {
     for (int o = 0; o < obstacles.getCount(); ++o) {
@@ -232,8 +246,12 @@ void pathQuality(benchmark::State& state, bool boxes) {
   state.counters["no_path"] = unreached;
 }
 
-void pathQualityBoxes(benchmark::State& state) { pathQuality(state, true); }
-void pathQualityPolygons(benchmark::State& state) { pathQuality(state, false); }
+void pathQualityBoxes(benchmark::State& state) {
+  pathQuality(state, true);
+}
+void pathQualityPolygons(benchmark::State& state) {
+  pathQuality(state, false);
+}
 BENCHMARK(pathQualityBoxes)->Arg(50)->Arg(200)->Arg(500)->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(pathQualityPolygons)->Arg(100)->Iterations(1)->Unit(benchmark::kMillisecond);
 

@@ -141,13 +141,23 @@ float KX_Polygon2D::getLength(bool closed) const {
 // otherwise the point must lie strictly on the inner side of all three, inner
 // as the polygon, not the triangle, is oriented.
 bool KX_Polygon2D::triangleClaims(int a, int b, int c, const KX_Point2D& point, bool counterClockwiseOrder) const {
+  const KX_Point2D& pa = at(a);
+  const KX_Point2D& pb = at(b);
+  const KX_Point2D& pc = at(c);
+  const float values[3] = {cross(pa, pb, point), cross(pb, pc, point), cross(pc, pa, point)};
+  return sidesClaim(a, b, c, values, point, counterClockwiseOrder);
+}
+
+// The rule once the three cross products (sides a-b, b-c, c-a) are known.
+bool KX_Polygon2D::sidesClaim(int a, int b, int c, const float* values, const KX_Point2D& point,
+                              bool counterClockwiseOrder) const {
   const int corners[3] = {a, b, c};
   int positive = 0;
   int negative = 0;
   for (int side = 0; side < 3; ++side) {
     const KX_Point2D& s = at(corners[side]);
     const KX_Point2D& e = at(corners[(side + 1) % 3]);
-    float value = cross(s, e, point);
+    float value = values[side];
     if (value == 0.0f) {
       float fromStartX = point.x - s.x;
       float fromStartY = point.y - s.y;
@@ -165,17 +175,33 @@ bool KX_Polygon2D::triangleClaims(int a, int b, int c, const KX_Point2D& point, 
   return counterClockwiseOrder ? positive == 3 : negative == 3;
 }
 
+// The triangles are tried in a tight loop: the three cross products that the
+// side rule starts with, and only where one of them is exactly zero the rule
+// itself (with those same products), which then looks at the point's place
+// on that side. Otherwise the rule's answer is that all three have the inner
+// sign, so the answers agree.
 bool KX_Polygon2D::contains(const KX_Point2D& point) {
   if (count < 3) return false;
+  const KX_Point2D* points = getBuffer();
   for (int i = 0; i < count; ++i) {
-    if (at(i) == point) return true;
+    if (points[i] == point) return true;
   }
   bool counterClockwiseOrder = isCounterClockwise();
   if (count == 3) return triangleClaims(0, 1, 2, point, counterClockwiseOrder);
   if (!(flags & kTrianglesValid)) triangulate(triangles);
   const int* corners = triangles.getBuffer();
   for (int t = 0; t + 2 < triangles.getCount(); t += 3) {
-    if (triangleClaims(corners[t], corners[t + 1], corners[t + 2], point, counterClockwiseOrder)) return true;
+    const KX_Point2D& a = points[corners[t]];
+    const KX_Point2D& b = points[corners[t + 1]];
+    const KX_Point2D& c = points[corners[t + 2]];
+    const float values[3] = {cross(a, b, point), cross(b, c, point), cross(c, a, point)};
+    if (values[0] == 0.0f || values[1] == 0.0f || values[2] == 0.0f) {
+      if (sidesClaim(corners[t], corners[t + 1], corners[t + 2], values, point, counterClockwiseOrder)) return true;
+      continue;
+    }
+    bool inside = counterClockwiseOrder ? values[0] > 0.0f && values[1] > 0.0f && values[2] > 0.0f
+                                        : values[0] < 0.0f && values[1] < 0.0f && values[2] < 0.0f;
+    if (inside) return true;
   }
   return false;
 }

@@ -103,5 +103,6 @@ class KX_Polygon2D : public KX_PointSet2D {
   // The flags bits that removing points leaves valid.
   void pointsRemoved();
   bool triangleClaims(int a, int b, int c, const KX_Point2D& point, bool counterClockwiseOrder) const;
+  bool sidesClaim(int a, int b, int c, const float* values, const KX_Point2D& point, bool counterClockwiseOrder) const;
   bool isEar(const KX_IntArray& remaining, int aPosition, int cPosition) const;
 };

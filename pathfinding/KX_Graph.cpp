@@ -63,6 +63,7 @@ void KX_Graph::copyFrom(const KX_Base* source) {
   nodeObjectsShared = false;
   edgeObjectsShared = false;
   adoptAllObjects();
+  dropSearchEdges();
 }
 
 void KX_Graph::releaseNodeObject(int node) {
@@ -127,6 +128,7 @@ void KX_Graph::setEdgeObject(int from, int to, KX_GraphObject* object) {
 }
 
 void KX_Graph::setNodeCount(int n) {
+  dropSearchEdges();
   if (n < 0) n = 0;
   if (n < nodeCount) {
     if (flags & kNodeObjects) {
@@ -154,6 +156,7 @@ void KX_Graph::setNodeCount(int n) {
 }
 
 void KX_Graph::addEdge(int from, int to, float weight) {
+  dropSearchEdges();
   adjacency.setBit(to, from, true);
   if (flags & kEdgeWeights) edgeWeights.set(to, from, weight);
   if (isDirected()) return;
@@ -179,6 +182,7 @@ int KX_Graph::getInDegree(int node) const {
 
 void KX_Graph::removeNode(int node) {
   if (node < 0 || node >= nodeCount) return;
+  dropSearchEdges();
   if (flags & kNodeObjects) releaseNodeObject(node);
   if (flags & kEdgeObjects) {
     for (int other = 0; other < nodeCount; ++other) {
@@ -216,38 +220,72 @@ void KX_Graph::computeShortestPaths(KX_FloatArray& distances, KX_IntArray& previ
   if (source < 0 || source >= nodeCount) return;
   distances.set(source, 0.0f);
 
-  bool weighted = (flags & kEdgeWeights) != 0;
+  prepareSearchEdges();
   KX_ShortestPathQueue open(nodeCount);
   KX_ByteArray settled(nodeCount + 1);
   settled.resize(nodeCount);
   open.put(source, 0.0f);
-  // The scan over a node's neighbours is the inner loop of every search: it
-  // walks the set bits of the node's adjacency row, lowest first, and reads
-  // the weights' row directly. A weight is set only with its bit.
+  // The scan over a node's out-edges is the inner loop of every search; the
+  // edges come in the order of the node's adjacency row, as a scan of its set
+  // bits would find them.
   float* distance = distances.getBuffer();
   int* from = previous.getBuffer();
   unsigned char* isSettled = settled.getBuffer();
-  const int rowBytes = (nodeCount + 7) / 8;
-  while (!open.isEmpty()) {
-    int u = open.takeFirst();
+  const int* offsets = searchOffsets.getBuffer();
+  const int* targets = searchTargets.getBuffer();
+  const float* weights = searchWeights.getBuffer();
+  int u;
+  while (open.takeFirst(u)) {
     isSettled[u] = 1;
     const float distanceOfU = distance[u];
+    for (int edge = offsets[u]; edge < offsets[u + 1]; ++edge) {
+      int v = targets[edge];
+      float through = distanceOfU + weights[edge];
+      // Only a strictly shorter way replaces the one found first; a NaN
+      // weight fails the comparison.
+      if (!(through < distance[v])) continue;
+      distance[v] = through;
+      from[v] = u;
+      if (!isSettled[v]) open.put(v, through);
+    }
+  }
+}
+
+void KX_Graph::prepareSearchEdges() const {
+  if (searchEdgesValid) return;
+  bool weighted = (flags & kEdgeWeights) != 0;
+  const int rowBytes = (nodeCount + 7) / 8;
+  int edges = 0;
+  for (int u = 0; u < nodeCount; ++u) {
+    const unsigned char* neighbours = adjacency.getRow(u);
+    for (int byte = 0; byte < rowBytes; ++byte) edges += __builtin_popcount(neighbours[byte]);
+  }
+  searchOffsets.clear();
+  searchTargets.clear();
+  searchWeights.clear();
+  searchOffsets.resize(nodeCount + 1);
+  searchTargets.resize(edges);
+  searchWeights.resize(edges);
+  int* offsets = searchOffsets.getBuffer();
+  int* targets = searchTargets.getBuffer();
+  float* weightOf = searchWeights.getBuffer();
+  int edge = 0;
+  for (int u = 0; u < nodeCount; ++u) {
+    offsets[u] = edge;
     const unsigned char* neighbours = adjacency.getRow(u);
     const float* weights = weighted ? edgeWeights.getRow(u) : nullptr;
     for (int byte = 0; byte < rowBytes; ++byte) {
       for (unsigned bits = neighbours[byte]; bits != 0; bits &= bits - 1) {
         int v = byte * 8 + __builtin_ctz(bits);
         if (v >= nodeCount) break;  // spare bits of the last byte
-        float through = distanceOfU + (weighted ? weights[v] : 1.0f);
-        // Only a strictly shorter way replaces the one found first; a NaN
-        // weight fails the comparison.
-        if (!(through < distance[v])) continue;
-        distance[v] = through;
-        from[v] = u;
-        if (!isSettled[v]) open.put(v, through);
+        targets[edge] = v;
+        weightOf[edge] = weighted ? weights[v] : 1.0f;
+        ++edge;
       }
     }
   }
+  offsets[nodeCount] = edge;
+  searchEdgesValid = true;
 }
 
 float KX_Graph::getPath(KX_IntArray& path, int source, int target, const KX_FloatArray& distances,

@@ -64,6 +64,11 @@ class KX_Graph : public KX_Base {
 
   bool isDirected() const { return (flags & kDirected) != 0; }
   bool hasEdge(int from, int to) const { return adjacency.getBit(to, from); }
+  // The searches read a compact copy of the edges that the first search after
+  // a change makes (see searchOffsets). The methods above that change nodes or
+  // edges drop it; code that writes `adjacency`, `edgeWeights` or the
+  // kEdgeWeights flag directly calls this before the next search.
+  void dropSearchEdges() const { searchEdgesValid = false; }
 
   std::uint8_t flags;
   int nodeCount = 0;
@@ -76,6 +81,19 @@ class KX_Graph : public KX_Base {
   bool edgeObjectsShared = false;
 
  private:
+  // Makes the compact copy of the edges if it was dropped.
+  void prepareSearchEdges() const;
+
+  // The compact copy: the out-edges of node u are entries searchOffsets[u]
+  // to searchOffsets[u + 1] - 1, in the order of u's adjacency row (lowest
+  // column first, the diagonal included), each with its target and weight
+  // (1 in a graph without weights). A search reads a few hundred kilobytes
+  // in order instead of picking weights out of the whole dense matrix.
+  mutable KX_IntArray searchOffsets;
+  mutable KX_IntArray searchTargets;
+  mutable KX_FloatArray searchWeights;
+  mutable bool searchEdgesValid = false;
+
   void releaseNodeObject(int node);
   void releaseEdgeObject(int from, int to);
   void releaseAllObjects();

@@ -1,12 +1,17 @@
 // The open set of Dijkstra's algorithm: nodes ordered by their tentative
 // distance, and among equal distances by the time they were (last) put in.
 // That is the order of an unbalanced search tree that inserts equal keys to
-// the right, without its worst case. A binary heap keyed by the pair
-// (distance, insertion number) with a position per node, so that a node whose
-// distance drops can be taken out and put in again.
+// the right, without its worst case.
+//
+// A binary heap of the nodes in the set, each under the pair (distance,
+// insertion number) packed into one integer that orders like the pair. The
+// pairs are all different, so the order in which nodes come out is fixed,
+// whatever the heap's shape. A node put in again moves within the heap: up
+// when its key drops, as it does in a search, down otherwise.
 #pragma once
 
-#include "foundation/KX_FloatArray.h"
+#include <cstdint>
+
 #include "foundation/KX_IntArray.h"
 #include "foundation/KX_LongLongArray.h"
 
@@ -14,24 +19,23 @@ class KX_ShortestPathQueue : public KX_Allocated {
  public:
   explicit KX_ShortestPathQueue(int nodeCount);
 
-  bool isEmpty() const { return heap.getCount() == 0; }
-  bool contains(int node) const { return position.at(node) >= 0; }
-  // Puts the node in with this key, taking it out first if it is in already;
-  // it then comes after every node of an equal key.
+  // Puts the node in with this key (not NaN), replacing an earlier key of
+  // it; it then comes after every node of an equal key.
   void put(int node, float key);
-  // Takes out the node of the smallest key, the earliest put in among equals.
-  int takeFirst();
+  // Takes out the node of the smallest key, the earliest put in among
+  // equals; false once no node is left.
+  bool takeFirst(int& node);
 
  private:
-  bool isBefore(int a, int b) const;
-  void place(int slot, int node);
+  void place(int slot, long long entry, int node);
   void siftUp(int slot);
   void siftDown(int slot);
-  void removeAt(int slot);
 
-  KX_IntArray heap;            // nodes in heap order
-  KX_IntArray position;        // slot of each node in `heap`, -1 if out
-  KX_FloatArray keys;          // key of each node
-  KX_LongLongArray insertion;  // insertion number of each node's last put
-  long long insertions = 0;
+  // Packed (key, insertion) entries and their nodes, in heap order; the
+  // first `heapSize` places are in use.
+  KX_LongLongArray entries;
+  KX_IntArray nodes;
+  int heapSize = 0;
+  KX_IntArray position;  // each node's slot, -1 when it is not in the heap
+  std::uint32_t insertions = 0;
 };

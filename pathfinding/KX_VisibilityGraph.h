@@ -105,6 +105,7 @@ class KX_VisibilityGraph : public KX_Graph {
   static constexpr int kBuildIndex = 8;
   static constexpr int kBuildFinish = 9;
   static constexpr int kBuildDone = 1000;
+  static constexpr int kSmoothingGrowStep = 1024;
 
   // Consistency of a built graph: symmetric adjacency and weights, each
   // weight the distance of its two corners, one vertex per node in both
@@ -136,6 +137,10 @@ class KX_VisibilityGraph : public KX_Graph {
   KX_Point2D boundsMax{0.0f, 0.0f};
   KX_ObjectArray obstacleBoxes;
   KX_Polygon2D border;
+  // Working space of the smoothing, kept between queries so that they
+  // allocate nothing once it is large enough; it never shrinks, and its
+  // count is its size, not a number of points in use.
+  KX_PointSet2D smoothingPoints{kSmoothingGrowStep};
 
  private:
   // Removes the tree with the smallest use count, the lowest index among equals.

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <initializer_list>
 
-#include "geometry/KX_Epsilon.h"
+#include "pathfinding/KX_FreeSegmentCheck.h"
 #include "pathfinding/KX_VisibilityGraph.h"
 
 namespace {
@@ -19,14 +19,6 @@ float squaredDistance(const KX_Point2D& a, const KX_Point2D& b) {
   float dx = b.x - a.x;
   float dy = b.y - a.y;
   return dx * dx + dy * dy;
-}
-
-// The middle or a quarter point of the piece from p to q lies inside.
-bool pieceIsInside(KX_Polygon2D& polygon, const KX_Point2D& p, const KX_Point2D& q) {
-  for (float t : {0.5f, 0.25f, 0.75f}) {
-    if (polygon.contains(KX_Point2D{p.x + (q.x - p.x) * t, p.y + (q.y - p.y) * t})) return true;
-  }
-  return false;
 }
 
 // The first polygon listed at the point by `tree` that contains it, or null.
@@ -239,53 +231,7 @@ bool KX_VisibilityGraph::findGraphPath(KX_Polygon2D& path, const KX_Point2D& fro
   return true;
 }
 
-// Path points often lie on an obstacle's outline without being its corners
-// (subdivision points along an edge, crossing points), and merged outlines
-// have corners on the very line between two others. Rounding can then lose a
-// crossing, or put a point on the outline a hair inside, and a segment through
-// the inside would look free. So each piece of the segment that the rule
-// decides by one point (an end, or the middle) is also sampled at its
-// quarter points. With exact arithmetic nothing changes: no crossing lies
-// inside such a piece, so all its points are on one side. The one difference
-// is a piece that starts strictly inside and leaves, which counts as blocking;
-// a path's points are never inside, except by rounding.
 bool KX_VisibilityGraph::isSegmentFree(const QV_QuadTree* tree, const KX_LineSegment2D& segment) {
-  if (tree == nullptr) return true;
-  const KX_Point2D& a = segment.start;
-  const KX_Point2D& b = segment.end;
-  KX_ObjectArray candidates;
-  getSegmentCandidates(*tree, segment, candidates);
-  KX_PointSet2D points;
-  for (int i = candidates.getCount() - 1; i >= 0; --i) {
-    KX_Polygon2D* polygon = static_cast<KX_Polygon2D*>(candidates.at(i));
-    int n = polygon->getSegmentIntersections(segment, points, true);
-    if (n > 2) return false;
-    // The vertices that the segment's ends are.
-    int aVertex = -1;
-    int bVertex = -1;
-    for (int v = 0; v < polygon->getCount(); ++v) {
-      if (aVertex < 0 && squaredDistance(polygon->at(v), a) <= epsilon) aVertex = v;
-      if (bVertex < 0 && squaredDistance(polygon->at(v), b) <= epsilon) bVertex = v;
-    }
-    bool blocks;
-    if (n == 2) {
-      if (aVertex < 0 || bVertex < 0) return false;
-      int vertexCount = polygon->getCount();
-      int gap = aVertex > bVertex ? aVertex - bVertex : bVertex - aVertex;
-      bool neighbours = gap == 1 || gap == vertexCount - 1;
-      blocks = !neighbours && pieceIsInside(*polygon, a, b);
-    } else if (n == 1 && (aVertex >= 0 || bVertex >= 0)) {
-      // The corner end is the crossing; the other end decides.
-      blocks = polygon->contains(aVertex >= 0 ? b : a) || pieceIsInside(*polygon, a, b);
-    } else if (n == 1) {
-      // The piece behind the crossing lies on the side of b.
-      const KX_Point2D& crossing = points.at(0);
-      blocks = polygon->contains(b) || pieceIsInside(*polygon, crossing, b) || pieceIsInside(*polygon, a, crossing);
-    } else {
-      // No crossing: the whole segment lies outside, unless crossings were lost.
-      blocks = pieceIsInside(*polygon, a, b);
-    }
-    if (blocks) return false;
-  }
-  return true;
+  KX_FreeSegmentCheck check(tree);
+  return check.isFree(segment);
 }

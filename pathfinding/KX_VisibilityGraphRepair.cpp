@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "geometry/KX_Epsilon.h"
+#include "pathfinding/KX_FreeSegmentCheck.h"
 #include "pathfinding/KX_VisibilityGraph.h"
 
 namespace {
@@ -166,35 +167,66 @@ bool KX_VisibilityGraph::avoidDynamicObstacles(KX_Polygon2D& path, int maxInsert
   return budget > 0;
 }
 
+// The shortcuts are taken greedily: from each point kept, to the farthest
+// later point that a free line reaches. Worked on an array of points rather
+// than by removing points from the path, with the same result: the points
+// after a shortcut's end are never touched, so each shortcut ends at a
+// subdivision point and the next search starts there.
 void KX_VisibilityGraph::smoothPath(KX_Polygon2D& path, float spacing, bool dynamic) {
-  if (spacing > 0.0f && path.getCount() > 0) {
-    KX_Polygon2D dense;
-    int n = path.getCount();
+  int n = path.getCount();
+  KX_Point2D* points;
+  if (spacing > 0.0f && n > 0) {
+    // The subdivision points go to the graph's own array, which only grows.
+    int needed = 0;
+    auto append = [this, &needed](const KX_Point2D& point) {
+      if (needed == smoothingPoints.getCount()) smoothingPoints.resize(needed + 1);
+      smoothingPoints.getBuffer()[needed++] = point;
+    };
     for (int s = 0; s + 1 < n; ++s) {
       const KX_Point2D p = path.at(s);
       const KX_Point2D q = path.at(s + 1);
-      dense.append(p);
+      append(p);
       float length = std::sqrt(squaredDistance(p, q));
       if (!(length > spacing) || !std::isfinite(length)) continue;
       KX_Point2D unit{(q.x - p.x) / length, (q.y - p.y) / length};
-      for (float t = 0.0f; t < length && dense.getCount() < kMaxSubdividedPoints; t += spacing) {
-        dense.append(KX_Point2D{p.x + unit.x * t, p.y + unit.y * t});
+      for (float t = 0.0f; t < length && needed < kMaxSubdividedPoints; t += spacing) {
+        append(KX_Point2D{p.x + unit.x * t, p.y + unit.y * t});
       }
     }
-    dense.append(path.at(n - 1));
-    path.copyFrom(&dense);
+    append(path.at(n - 1));
+    n = needed;
+    points = smoothingPoints.getBuffer();
+  } else {
+    path.ownBuffer();
+    points = path.getBuffer();
   }
 
-  const QV_QuadTree* dynamicObstacleTree = dynamic ? dynamicTree : nullptr;
-  for (int i = 0; i < path.getCount() - 1; ++i) {
-    for (int j = path.getCount() - 1; j >= i + 2; --j) {
-      KX_LineSegment2D shortcut{path.at(i), path.at(j)};
-      if (!isSegmentFree(staticTree, shortcut)) continue;
-      if (dynamicObstacleTree != nullptr && !isSegmentFree(dynamicObstacleTree, shortcut)) continue;
-      path.removeRange(i + 1, j - i - 1);
-      break;
+  // The points kept are written over the array from its start: the k-th
+  // kept point is at least the k-th point, so nothing still to be read is
+  // overwritten.
+  KX_FreeSegmentCheck staticCheck(staticTree);
+  KX_FreeSegmentCheck dynamicCheck(dynamic ? dynamicTree : nullptr);
+  int kept = n > 0 ? 1 : 0;
+  for (int i = 0; i < n - 1;) {
+    int next = i + 1;
+    for (int j = n - 1; j >= i + 2; --j) {
+      KX_LineSegment2D shortcut{points[i], points[j]};
+      if (staticCheck.isFree(shortcut) && dynamicCheck.isFree(shortcut)) {
+        next = j;
+        break;
+      }
     }
+    i = next;
+    points[kept++] = points[i];
   }
+  if (points != path.getBuffer()) {
+    path.resize(kept);
+    KX_Point2D* target = path.getBuffer();
+    for (int k = 0; k < kept; ++k) target[k] = points[k];
+  } else {
+    path.resize(kept);
+  }
+  path.invalidate();
   if (spacing > 0.0f) path.simplify(false);
 }
 

@@ -87,6 +87,22 @@ class QV_QuadTree : public KX_Base {
   void getObjectListFromLineSegment(KX_ObjectArray& result, const KX_LineSegment2D& segment, KX_ObjectFilter* filter,
                                     int filterData, const KX_ObjectArray* exclude) const;
 
+  // Takes the objects of a segment walk one at a time.
+  class SegmentVisitor {
+   public:
+    virtual ~SegmentVisitor() = default;
+    // `level` is the level of the object's cell; false ends the walk.
+    virtual bool visit(void* object, int level) = 0;
+  };
+  // Hands the objects that getObjectListFromLineSegment lists to `visitor`,
+  // one at a time, until it returns false (then the result is false). The
+  // order is the list's, except that the level `firstLevel` (if there is
+  // such a level) is walked before the others. A caller that only asks
+  // whether some object passes a test stops at the first one, and one that
+  // knows where such objects were last found looks there first.
+  bool visitObjectsOnLineSegment(const KX_LineSegment2D& segment, SegmentVisitor& visitor, KX_ObjectFilter* filter,
+                                 int filterData, const KX_ObjectArray* exclude, int firstLevel) const;
+
   // Checks the invariants: each entry in the cell its box locates, parallel
   // arrays, ascending addresses in each cell, grids numbering the cells in
   // order, objectCount, and each cell's reach exactly that of its boxes

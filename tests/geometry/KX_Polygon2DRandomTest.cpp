@@ -122,4 +122,83 @@ TEST_F(RandomPolygons, ContainmentAwayFromEdgesMatchesTheCrossingNumber) {
   EXPECT_GT(outside, 5000);
 }
 
+// The side rule of the triangles, written out: a vertex belongs; a point
+// whose cross product with a side is exactly 0 and that lies between the
+// side's ends (its directions to them nearly opposite) belongs; else the
+// point must lie strictly on the polygon's inner side of all three sides.
+bool sideRuleContains(KX_Polygon2D& polygon, const KX_Point2D& p) {
+  int n = polygon.getCount();
+  if (n < 3) return false;
+  for (int i = 0; i < n; ++i) {
+    if (polygon.at(i) == p) return true;
+  }
+  bool counterClockwise = polygon.isCounterClockwise();
+  KX_IntArray corners;
+  if (n == 3) {
+    for (int i = 0; i < 3; ++i) corners.append(i);
+  } else {
+    polygon.triangulate(corners);
+  }
+  for (int t = 0; t + 2 < corners.getCount(); t += 3) {
+    int inner = 0;
+    for (int side = 0; side < 3; ++side) {
+      const KX_Point2D& s = polygon.at(corners.at(t + side));
+      const KX_Point2D& e = polygon.at(corners.at(t + (side + 1) % 3));
+      float value = (e.x - s.x) * (p.y - s.y) - (e.y - s.y) * (p.x - s.x);
+      if (value == 0.0f) {
+        float sx = p.x - s.x, sy = p.y - s.y, ex = p.x - e.x, ey = p.y - e.y;
+        float sl = std::sqrt(sx * sx + sy * sy), el = std::sqrt(ex * ex + ey * ey);
+        if ((sx / sl) * (ex / el) + (sy / sl) * (ey / el) < -0.9f) return true;
+      }
+      inner += counterClockwise ? value > 0.0f : value < 0.0f;
+    }
+    if (inner == 3) return true;
+  }
+  return false;
+}
+
+// Points on the outline, on its edges' lines beyond them, on the diagonals
+// of the triangles and anywhere: containment answers by the side rule.
+TEST_F(RandomPolygons, ContainmentFollowsTheSideRuleOfTheTriangles) {
+  std::uniform_real_distribution<float> unit(0.0f, 1.0f);
+  std::mt19937& pointRandom = random;
+  int onOutline = 0, contained = 0, total = 0;
+  forEachPolygon(120, 3.0f, [&](KX_Polygon2D& polygon, bool, int i) {
+    int n = polygon.getCount();
+    KX_IntArray corners;
+    polygon.triangulate(corners);
+    for (int k = 0; k < 120; ++k) {
+      const KX_Point2D& a = polygon.at(int(pointRandom() % unsigned(n)));
+      const KX_Point2D& b = k % 4 == 3 && corners.getCount() >= 3
+                                ? polygon.at(corners.at(int(pointRandom() % unsigned(corners.getCount()))))
+                                : polygon.at(int(pointRandom() % unsigned(n)));
+      float t;
+      switch (k % 4) {
+        case 0:
+          t = 0.5f;
+          break;  // middle
+        case 1:
+          t = float(pointRandom() % 8) / 8.0f;
+          break;  // exact eighths
+        case 2:
+          t = 1.0f + unit(pointRandom);
+          break;  // beyond the end
+        default:
+          t = unit(pointRandom);
+          break;
+      }
+      KX_Point2D point{a.x + (b.x - a.x) * t, a.y + (b.y - a.y) * t};
+      if (k % 10 == 9) point = {10 + 18 * (unit(pointRandom) - 0.5f), -5 + 18 * (unit(pointRandom) - 0.5f)};
+      bool expected = sideRuleContains(polygon, point);
+      ASSERT_EQ(polygon.contains(point), expected) << i << " at " << point.x << ", " << point.y;
+      onOutline += distanceToOutline(polygon, point.x, point.y) < 1e-5;
+      contained += expected;
+      ++total;
+    }
+  });
+  EXPECT_GT(onOutline, 1000);
+  EXPECT_GT(contained, total / 5);
+  EXPECT_LT(contained, total - total / 5);
+}
+
 }  // namespace

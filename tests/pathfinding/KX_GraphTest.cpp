@@ -105,6 +105,66 @@ TEST_F(KX_GraphTest, DijkstraAgreesWithBellmanFordAndAListOfOpenNodes) {
   }
 }
 
+// The searches read a copy of the edges made by the first search after a
+// change: every kind of change must reach the next search.
+TEST_F(KX_GraphTest, SearchesSeeEveryChangeOfTheGraph) {
+  std::mt19937 random(29);
+  KX_Graph graph(KX_Graph::kEdgeWeights);
+  fillRandomGraph(graph, random, 12, 0.25);
+  auto agreesWithList = [&graph](int source) {
+    KX_FloatArray distances;
+    KX_IntArray previous;
+    graph.computeShortestPaths(distances, previous, source);
+    std::vector<double> listDistance;
+    std::vector<int> listPrevious;
+    listDijkstra(graph, source, listDistance, listPrevious);
+    for (int v = 0; v < graph.nodeCount; ++v) {
+      float expected = std::isinf(listDistance[v]) ? std::numeric_limits<float>::max() : float(listDistance[v]);
+      if (distances.at(v) != expected || previous.at(v) != listPrevious[v]) return false;
+    }
+    return distances.getCount() == graph.nodeCount;
+  };
+  KX_IntArray path;
+  ASSERT_TRUE(agreesWithList(0));
+  float before = graph.findShortestPath(path, 0, 11);
+  graph.addEdge(0, 11, 0.5f);  // a shortcut
+  EXPECT_EQ(graph.findShortestPath(path, 0, 11), 0.5f);
+  EXPECT_LT(0.5f, before == 0.0f ? 1.0f : before);
+  EXPECT_TRUE(agreesWithList(0));
+  graph.removeNode(3);
+  EXPECT_TRUE(agreesWithList(0));
+  EXPECT_TRUE(agreesWithList(5));
+  graph.setNodeCount(14);  // two new nodes, joined to node 2
+  graph.addEdge(2, 12, 1.0f);
+  graph.addEdge(12, 13, 1.0f);
+  EXPECT_TRUE(agreesWithList(2));
+  EXPECT_EQ(graph.findShortestPath(path, 2, 13), 2.0f);
+  graph.setNodeCount(6);  // down and up again: node 12 comes back without edges
+  graph.setNodeCount(14);
+  EXPECT_TRUE(agreesWithList(2));
+  EXPECT_EQ(graph.findShortestPath(path, 2, 12), 0.0f);
+  graph.setNodeCount(6);
+  EXPECT_TRUE(agreesWithList(1));
+
+  // A copy searches its own edges; a weight written into the matrix counts
+  // once the copy of the edges is dropped.
+  KX_Graph other(KX_Graph::kEdgeWeights);
+  other.copyFrom(&graph);
+  other.addEdge(0, 5, 4.0f);
+  other.findShortestPath(path, 0, 5);
+  other.edgeWeights.set(5, 0, 0.25f);
+  other.edgeWeights.set(0, 5, 0.25f);
+  other.dropSearchEdges();
+  EXPECT_EQ(other.findShortestPath(path, 0, 5), 0.25f);
+  EXPECT_TRUE(agreesWithList(0));
+  EXPECT_NE(graph.findShortestPath(path, 0, 5), 0.25f);
+  graph.copyFrom(&other);
+  EXPECT_EQ(graph.findShortestPath(path, 0, 5), 0.25f);
+  EXPECT_TRUE(agreesWithList(0));
+  graph.setNodeCount(0);
+  EXPECT_EQ(graph.findShortestPath(path, 0, 1), 0.0f);
+}
+
 TEST_F(KX_GraphTest, EqualRoutesKeepTheOneFoundFirstAndSettleByInsertionTime) {
   // 2 and 1 both lie 1 from 0, but 2 is put in when 0 settles and 1 only when
   // 3 does, so 2 settles first and becomes 4's predecessor.

@@ -125,4 +125,101 @@ TEST_F(QV_QuadTreePathQueryTest, QueriesFindWhatAScanFinds) {
   }
 }
 
+// Records what a walk hands over, and ends it at the `stopAt`-th object.
+class Recorder : public QV_QuadTree::SegmentVisitor {
+ public:
+  bool visit(void* object, int level) override {
+    objects.push_back(object);
+    levels.push_back(level);
+    return int(objects.size()) != stopAt;
+  }
+  std::vector<void*> objects;
+  std::vector<int> levels;
+  int stopAt = -1;
+};
+
+TEST_F(QV_QuadTreePathQueryTest, AVisitHandsOverTheListInOrderAndStopsWhenAsked) {
+  std::mt19937 random(17);
+  std::uniform_real_distribution<float> around(-0.2f, 1.2f);
+  QV_QuadTree tree(kBounds, 6, 0);
+  Map map;
+  fill(tree, map, random, 300);
+  KX_ObjectArray result;
+  int longLists = 0;
+  for (int trial = 0; trial < 300; ++trial) {
+    auto pick = [&] {
+      return KX_Point2D{kBounds.x + around(random) * kBounds.width, kBounds.y + around(random) * kBounds.height};
+    };
+    KX_LineSegment2D segment{pick(), pick()};
+    tree.getObjectListFromLineSegment(result, segment, nullptr, 0, nullptr);
+    std::vector<void*> list;
+    for (int i = 0; i < result.getCount(); ++i) list.push_back(result.at(i));
+    longLists += list.size() >= 3;
+
+    Recorder all;
+    EXPECT_TRUE(tree.visitObjectsOnLineSegment(segment, all, nullptr, 0, nullptr, -1));
+    ASSERT_EQ(all.objects, list) << "trial " << trial;
+    for (size_t i = 0; i < list.size(); ++i) {
+      const KX_AABox2D& box = map.boxes[static_cast<char*>(list[i]) - map.objects];
+      EXPECT_EQ(all.levels[i], tree.locateCell({box.x, box.y}, {box.width, box.height}).level);
+    }
+
+    // A first level: its objects, then the others, each part in list order.
+    int first = trial % 6;
+    std::vector<void*> expected;
+    for (int pass = 0; pass < 2; ++pass) {
+      for (size_t i = 0; i < list.size(); ++i) {
+        if ((all.levels[i] == first) == (pass == 0)) expected.push_back(list[i]);
+      }
+    }
+    Recorder reordered;
+    EXPECT_TRUE(tree.visitObjectsOnLineSegment(segment, reordered, nullptr, 0, nullptr, first));
+    EXPECT_EQ(reordered.objects, expected) << "trial " << trial;
+
+    if (!list.empty()) {
+      Recorder stopped;
+      stopped.stopAt = int(list.size() + 1) / 2;
+      EXPECT_FALSE(tree.visitObjectsOnLineSegment(segment, stopped, nullptr, 0, nullptr, -1));
+      EXPECT_EQ(stopped.objects, std::vector<void*>(list.begin(), list.begin() + stopped.stopAt));
+    }
+  }
+  EXPECT_GT(longLists, 30);
+}
+
+// The exact test works relative to each box, so a long segment's rounding
+// can find the outline of a box that lies wholly beyond its end by less than
+// a unit of rounding of its length. Such boxes, and boxes a little farther
+// off, must be listed exactly as the exact test finds them.
+TEST_F(QV_QuadTreePathQueryTest, BoxesBeyondTheSegmentWithinRoundingAreJudgedExactly) {
+  const KX_AABox2D bounds(-1024.0f, -512.0f, 2048.0f, 1024.0f);
+  QV_QuadTree tree(bounds, 5, 0);
+  Map map;
+  int n = 0;
+  auto add = [&](float x, float y, float w, float h) {
+    map.boxes.push_back(KX_AABox2D(x, y, w, h));
+    tree.addObject(map.objects + n++, {x, y}, {w, h});
+  };
+  const KX_LineSegment2D segments[] = {{{-1000.0f, 1.0f}, {0.0f, 1.0f}}, {{-1000.0f, -300.0f}, {0.0f, 1.0f}}};
+  // Boxes whose left side lies 1 to 64 hundred-thousandths beyond x = 0, and
+  // boxes whose bottom lies as far above y = 1.
+  for (int k = 1; k <= 64; k *= 2) {
+    float gap = 1e-5f * static_cast<float>(k);
+    add(gap, -4.0f, 10.0f, 10.0f);
+    add(-5.0f, 1.0f + gap, 10.0f, 10.0f);
+  }
+  int beyondButFound = 0;
+  for (const KX_LineSegment2D& segment : segments) {
+    KX_ObjectArray result;
+    tree.getObjectListFromLineSegment(result, segment, nullptr, 0, nullptr);
+    std::multiset<void*> expected = scan(map, {}, [&](const KX_AABox2D& box) { return outlineCrossed(box, segment); });
+    EXPECT_EQ(listed(result), expected);
+    for (void* object : expected) {
+      const KX_AABox2D& box = map.boxes[static_cast<char*>(object) - map.objects];
+      beyondButFound += box.x > 0.0f || box.y > 1.0f;
+    }
+    EXPECT_LT(expected.size(), map.boxes.size());
+  }
+  EXPECT_GT(beyondButFound, 0);
+}
+
 }  // namespace
