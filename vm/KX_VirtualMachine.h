@@ -128,11 +128,13 @@ class KX_VirtualMachine : public KX_Base {
   // --- Executable images (KX_VirtualMachineLoader.cpp) ---------------------
   // Validates `image` (magic, version, checksum) and replaces code, memories
   // and symbols by its contents; then starts at the symbol `entryName`, or
-  // stops when it is null. Returns 0, VM_ERROR_MAGIC, VM_ERROR_VERSION or
-  // VM_ERROR_CHECKSUM, and then the machine is exactly as it was.
+  // stops when it is null. Returns 0, VM_ERROR_MAGIC, VM_ERROR_VERSION,
+  // VM_ERROR_CHECKSUM or VM_ERROR_FORMAT (a length that wraps, memories
+  // beyond the address space), and then the machine is exactly as it was.
   // `imageSize` below 0 trusts the header: the caller guarantees the header
   // and the length it gives. Otherwise nothing at or beyond `imageSize`
-  // bytes is read, and an image too short for its header fails.
+  // bytes is read, and an image too short for its header, or with a header
+  // size below the header's own, fails with VM_ERROR_FORMAT.
   int loadImage(const void* image, const char* entryName, long long imageSize = -1);
   // The address of a symbol, found by binary search in any letter case; 0
   // when there is none.

@@ -40,29 +40,35 @@ bool fitsAddressSpace(std::uint32_t count, std::uint32_t reserve) {
 
 int KX_VirtualMachine::loadImage(const void* imageBlock, const char* entryName, long long imageSize) {
   const unsigned char* image = static_cast<const unsigned char*>(imageBlock);
+  // With a size, each test first makes sure that the bytes it reads are there.
   const bool sized = imageSize >= 0;
-  if (sized && imageSize < 4) return VM_reportError(VM_ERROR_MAGIC, "executable image too short");
+  if (sized && imageSize < 4) return VM_reportError(VM_ERROR_FORMAT, "executable image too short");
   if (std::memcmp(image, kMagic, sizeof kMagic) != 0) return VM_ERROR_MAGIC;
+  if (sized && imageSize < 8) return VM_reportError(VM_ERROR_FORMAT, "executable image too short");
+  const std::uint32_t version = readWord(image + kOffsetVersion);
+  if (version != kVersion) return VM_reportError(VM_ERROR_VERSION, "executable version: %u", version);
   if (sized && imageSize < static_cast<long long>(kHeaderBytes)) {
-    return VM_reportError(VM_ERROR_CHECKSUM, "executable image too short");
+    return VM_reportError(VM_ERROR_FORMAT, "executable image too short");
   }
   const Header h = readHeader(image);
-  if (h.version != kVersion) return VM_reportError(VM_ERROR_VERSION, "executable version: %u", h.version);
+  // Sections inside the header only an untrusted image is refused for; a
+  // trusted one is read as its header says.
+  if (sized && h.headerSize < kHeaderBytes) return VM_reportError(VM_ERROR_FORMAT, "executable header too short");
 
   // A length that wraps in 32 bits, or ends inside the checksum's start,
   // would let the sections reach bytes no checksum covered: such a header
   // cannot belong to a valid image.
   const std::uint32_t length = imageLength(h);
   if (exactImageLength(h) != length || length < kChecksumStart) {
-    return VM_reportError(VM_ERROR_CHECKSUM, "executable length out of range");
+    return VM_reportError(VM_ERROR_FORMAT, "executable length out of range");
   }
   if (sized && static_cast<long long>(length) > imageSize) {
-    return VM_reportError(VM_ERROR_CHECKSUM, "executable image too short");
+    return VM_reportError(VM_ERROR_FORMAT, "executable image too short");
   }
   if (checksum(image + kChecksumStart, length - kChecksumStart) != h.checksum) return VM_ERROR_CHECKSUM;
   if (!fitsAddressSpace(h.codeCount, 0) || !fitsAddressSpace(h.intCount, h.intReserve) ||
       !fitsAddressSpace(h.floatCount, h.floatReserve) || !fitsAddressSpace(h.pointerCount, h.pointerReserve)) {
-    return VM_reportError(VM_ERROR_CHECKSUM, "executable memory beyond the address space");
+    return VM_reportError(VM_ERROR_FORMAT, "executable memory beyond the address space");
   }
   // Nothing of the machine has changed up to here.
 

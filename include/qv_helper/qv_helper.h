@@ -34,6 +34,7 @@ enum VM_ResultCode : int {
   VM_ERROR_MAGIC = 0x505,        ///< image does not start with its magic word
   VM_ERROR_VERSION = 0x506,      ///< image version not supported
   VM_ERROR_CHECKSUM = 0x507,     ///< image checksum does not match
+  VM_ERROR_FORMAT = 0x508,       ///< image shorter than its header says, or counts no machine can have
 };
 
 // ---------------------------------------------------------------------------
@@ -108,8 +109,10 @@ QV_API bool VM_execute(void* machine, int steps);
 
 /// Loads a script executable image into a machine and starts it at an entry
 /// symbol. The image is checked in this order: its magic "KXVM", its version
-/// (1), its checksum over the length its header gives. A failing image
-/// changes nothing: the machine goes on with what it had. A valid one
+/// (1), its checksum over the length its header gives; a header whose length
+/// does not fit 32 bits, or whose memories reach beyond the 29-bit address
+/// space, is refused too. A failing image changes nothing: the machine goes
+/// on with what it had. A valid one
 /// replaces the code, the three memories and the symbol table; object tables
 /// stay.
 /// \param machine [in] a live machine handle.
@@ -121,6 +124,23 @@ QV_API bool VM_execute(void* machine, int steps);
 ///        fails. Null stops the machine and leaves code pointer, stacks,
 ///        registers and watches as they are.
 QV_API void VM_loadExecutable(void* machine, const void* image, const char* entryName);
+
+/// Loads an executable image from an untrusted source (a file, say), as
+/// VM_loadExecutable does, but reads nothing at or beyond imageSize bytes and
+/// tells why an image is refused. The tests run in this order; a test whose
+/// bytes are missing fails with VM_ERROR_FORMAT:
+/// fewer than 4 bytes; the magic; fewer than 8 bytes; the version; fewer than
+/// the 52 bytes of the header; a header size below 52; a length that does not
+/// fit 32 bits; fewer bytes than the length the header gives; the checksum; a
+/// memory (section plus reserve) or code beyond the 29-bit address space.
+/// On any failure the machine is exactly as it was.
+/// \param machine [in] a live machine handle.
+/// \param image [in] imageSize bytes, read only during the call; may be null
+///        when imageSize is 0.
+/// \param imageSize [in] the number of bytes the caller has; below 0 counts as 0.
+/// \param entryName [in] as for VM_loadExecutable.
+/// \return 0, VM_ERROR_MAGIC, VM_ERROR_VERSION, VM_ERROR_CHECKSUM or VM_ERROR_FORMAT.
+QV_API int VM_loadExecutableChecked(void* machine, const void* image, int imageSize, const char* entryName);
 
 /// Looks up a symbol of the loaded image, in any letter case.
 /// \param machine [in] a live machine handle.
@@ -285,6 +305,98 @@ QV_API void VM_setPointerMemoryObject(void* machine, int address, VM_ObjectInter
 ///        VM_getPointerMemorySize gives null.
 /// \return the object, or null as for VM_getPointerRegisterObject.
 QV_API VM_ObjectInterface* VM_getPointerMemoryObject(void* machine, int address);
+
+// ---------------------------------------------------------------------------
+// VM_: saved state.
+//
+// A running machine freezes into one block of bytes, its saved-state image:
+// code, memories, stacks, open calls, watches, symbols, registers and the
+// instruction it stands on, waiting or not. The image is little-endian,
+// holds no host address, and outlives its machine. Host objects cannot be
+// stored: the script's object pointers stay in the image as slot numbers, and
+// the save hands the host the objects of the live slots, which it must give
+// back, in the same order and of the same classes, on restore.
+//
+// Limits of a restore: every code, memory, stack and frame list holds at most
+// 2^29 elements (the address space), an image is below 2^31 bytes, and no
+// object slot index reaches 2^20 (1048576), so an image can make a machine
+// allocate no more than its own size and 2^20 object slots. Save and restore
+// run between calls of VM_execute, not from inside a host operation.
+
+/// Saves a machine. First the objects that the script can no longer reach
+/// (no register, pointer memory or pointer stack cell holds exactly their
+/// pointer, and no watch is on or refers to them) are swept: their slots
+/// become holes, handles of the others stay, and class records no slot needs
+/// are dropped. So a save changes the machine, though not what its script
+/// can reach. Writes the image with format version 2.
+/// \param machine [in] a live machine handle.
+/// \param image [out] a new block with the image, owned by the caller until
+///        VM_deleteCurrentState; null (and imageSize 0) only if the image
+///        would reach 2^31 bytes.
+/// \param imageSize [out] its size in bytes; a fresh machine saves to 260.
+/// \param objects [out] a new block of objectCount host objects, those of the
+///        live slots in slot order; null when there is none.
+/// \param objectCount [out] the number of live slots.
+QV_API void VM_saveCurrentState(void* machine, void*& image, int& imageSize, VM_ObjectInterface**& objects,
+                                int& objectCount);
+
+/// Replaces a machine's state by a saved image: code, memories, symbols,
+/// stacks, open calls, watches, registers and the instruction it stood on,
+/// which goes on with the next VM_execute (a waiting one is repeated with
+/// firstAttempt false). The object table is rebuilt with the image's slot
+/// numbers, and the class records are asked anew from the objects. The exit
+/// code stays. Reads images of format versions 1 and 2.
+///
+/// Refused, leaving the machine exactly as it was: a wrong magic, a version
+/// other than 1 and 2, a wrong checksum, and an image whose counts no machine
+/// can have (see VM_restoreCurrentStateChecked); the host cannot tell these
+/// apart here, only that nothing happened.
+/// \param machine [in] a live machine handle.
+/// \param image [in] an image from VM_saveCurrentState (of any machine), read
+///        only during the call. The caller guarantees that the block holds
+///        the whole header and the length its counts give.
+/// \param objects [in] the objects a save returned, or equivalent ones, in
+///        the same order; entries may be null. The table gets one object per
+///        slot the image lists, in order: with fewer objects the remaining
+///        slots stay empty (a script that uses one fails with "illegal object
+///        pointer", and a watch on one is dropped, or goes when its running
+///        handler returns), with more the surplus is ignored. Null counts as none.
+/// \param objectCount [in] the number of entries; 0 or below for none.
+QV_API void VM_restoreCurrentState(void* machine, const void* image, VM_ObjectInterface** objects, int objectCount);
+
+/// Restores a machine as VM_restoreCurrentState does, from an image of an
+/// untrusted source, reading nothing at or beyond imageSize bytes, and tells
+/// why an image is refused. The tests run in this order:
+/// - fewer than 4 bytes: VM_ERROR_FORMAT; the magic "VMST": VM_ERROR_MAGIC;
+///   fewer than 8 bytes: VM_ERROR_FORMAT; the version, 1 or 2: VM_ERROR_VERSION;
+/// - VM_ERROR_FORMAT: fewer than the 208 bytes of the header, a header size
+///   below 208, a count beyond 2^29, a length of 2^31 bytes or more, fewer
+///   bytes than the length the header gives;
+/// - the checksum: VM_ERROR_CHECKSUM;
+/// - VM_ERROR_FORMAT, counts no machine can have: saved stack pointers,
+///   return addresses and frame watches not one per open call, or frame lists
+///   not one more; a frame top outside its stack; a frame watch beyond the
+///   watch list, naming a watch twice, or naming one whose handler is not
+///   running; object slots not ascending or from 2^20 on; a watch naming a
+///   slot beyond the table; a memory watch on a cell outside its memory, or a
+///   watch of a pointer type that cannot be watched (a memory watch: int,
+///   float or pointer; a property watch: int, float or object).
+/// VM_restoreCurrentState makes the same tests but those of the size.
+/// \param machine [in] a live machine handle.
+/// \param image [in] imageSize bytes, read only during the call; may be null
+///        when imageSize is 0.
+/// \param imageSize [in] the number of bytes the caller has; below 0 counts as 0.
+/// \param objects, objectCount [in] as for VM_restoreCurrentState.
+/// \return 0, VM_ERROR_MAGIC, VM_ERROR_VERSION, VM_ERROR_CHECKSUM or
+///         VM_ERROR_FORMAT; on failure the machine is exactly as it was.
+QV_API int VM_restoreCurrentStateChecked(void* machine, const void* image, int imageSize, VM_ObjectInterface** objects,
+                                         int objectCount);
+
+/// Gives back what VM_saveCurrentState returned. Either pointer may be null.
+/// \param machine [in] not used; any value, also of a deleted machine.
+/// \param image [in] the image block of a save, or null.
+/// \param objects [in] the object block of the same save, or null.
+QV_API void VM_deleteCurrentState(void* machine, void* image, VM_ObjectInterface** objects);
 
 // ---------------------------------------------------------------------------
 // Timer_: the game clock, with stopwatches (snapshots) and polled periodic
@@ -490,8 +602,8 @@ QV_API void* QuadTree_findNearestObjectInSegment(void* tree, float x, float y, f
 /// \param filter, filterData, exclude, excludeCount [in] the common tail.
 /// \return the number of pointers written to result.
 QV_API int QuadTree_getObjectListFromAABox(void* tree, void** result, int maxResults, float boxX, float boxY,
-                                           float boxWidth, float boxHeight, bool (*filter)(void*, int),
-                                           int filterData, void** exclude, int excludeCount);
+                                           float boxWidth, float boxHeight, bool (*filter)(void*, int), int filterData,
+                                           void** exclude, int excludeCount);
 
 /// Objects whose boxes meet a circle (hold it, lie in it, or cross it).
 /// \param tree [in] a live tree handle.

@@ -158,13 +158,75 @@ TEST_F(Loader, FailuresAreCheckedInOrderAndLeaveTheMachineAsItWas) {
   image = good;
   const std::uint32_t huge = 0x20000000;  // 8 * huge wraps to 0
   std::memcpy(&image[16], &huge, 4);
-  EXPECT_EQ(machine->loadImage(image.data(), "main"), VM_ERROR_CHECKSUM);
+  EXPECT_EQ(machine->loadImage(image.data(), "main"), VM_ERROR_FORMAT);
+  expectLastError(VM_ERROR_FORMAT, "executable length out of range");
   expectUnchanged();
 
-  // With a size, a header whose length exceeds it is refused unread.
-  EXPECT_EQ(machine->loadImage(good.data(), "main", static_cast<long long>(good.size()) - 1), VM_ERROR_CHECKSUM);
+  // A memory whose reserve takes it past the address space, behind a right
+  // checksum: refused after the checksum.
+  ImageParts wide;
+  wide.ints = {0, 1};
+  wide.reserves[0] = 0x1FFFFFFF;
+  image = build(wide);
+  EXPECT_EQ(machine->loadImage(image.data(), "main"), VM_ERROR_FORMAT);
+  expectLastError(VM_ERROR_FORMAT, "executable memory beyond the address space");
   expectUnchanged();
-  EXPECT_EQ(machine->loadImage(good.data(), nullptr, static_cast<long long>(good.size())), 0);
+}
+
+TEST_F(Loader, TheCheckedLoadReadsNothingBeyondItsSizeAndNamesTheFormatFailures) {
+  dirty();
+  ImageParts s;
+  s.code = {0, 0, 0};
+  s.ints = {0, 4, 5};
+  s.addresses = {0x60000002};
+  s.names = {"main"};
+  const std::vector<unsigned char> good = build(s);
+
+  // Every cut of a real image is a format failure, read from a block of just
+  // that size (the sanitizers see any byte read beyond it).
+  for (std::size_t size = 0; size < good.size(); ++size) {
+    std::vector<unsigned char> cut(good.begin(), good.begin() + static_cast<long>(size));
+    cut.shrink_to_fit();
+    EXPECT_EQ(VM_loadExecutableChecked(handle, size == 0 ? nullptr : cut.data(), static_cast<int>(size), "main"),
+              VM_ERROR_FORMAT)
+        << size;
+    EXPECT_EQ(std::string(VM_getLastErrorText()), "executable image too short") << size;
+    expectUnchanged();
+  }
+  EXPECT_EQ(VM_loadExecutableChecked(handle, good.data(), -5, "main"), VM_ERROR_FORMAT);
+  expectUnchanged();
+
+  // The tests keep their order: a cut image with a bad magic fails as magic
+  // once its 4 bytes are there, a bad version once its 8 are.
+  std::vector<unsigned char> image = good;
+  image[0] = 'k';
+  EXPECT_EQ(VM_loadExecutableChecked(handle, image.data(), 4, "main"), VM_ERROR_MAGIC);
+  EXPECT_EQ(VM_loadExecutableChecked(handle, image.data(), 3, "main"), VM_ERROR_FORMAT);
+  image = good;
+  image[4] = 7;
+  EXPECT_EQ(VM_loadExecutableChecked(handle, image.data(), 8, "main"), VM_ERROR_VERSION);
+  EXPECT_EQ(VM_loadExecutableChecked(handle, image.data(), 7, "main"), VM_ERROR_FORMAT);
+
+  // A header size below the header's own: the sections would overlap it.
+  // The trusting load reads it as it stands; the checked one refuses it.
+  image = good;
+  const std::uint32_t shortHeader = 48;
+  std::memcpy(&image[12], &shortHeader, 4);
+  image.resize(image.size() - 4);  // the length the header now gives
+  const std::uint32_t sum = referenceChecksum(image);
+  std::memcpy(&image[8], &sum, 4);
+  EXPECT_EQ(VM_loadExecutableChecked(handle, image.data(), static_cast<int>(image.size()), "main"), VM_ERROR_FORMAT);
+  expectLastError(VM_ERROR_FORMAT, "executable header too short");
+  expectUnchanged();
+  EXPECT_EQ(machine->loadImage(image.data(), nullptr), 0);
+  EXPECT_EQ(machine->loadImage(good.data(), "main"), 0);
+
+  // A whole image loads, with room to spare behind it.
+  image = good;
+  image.resize(good.size() + 16, 0xEE);
+  EXPECT_EQ(VM_loadExecutableChecked(handle, image.data(), static_cast<int>(image.size()), "main"), 0);
+  EXPECT_EQ(machine->cp, 2);
+  EXPECT_EQ(VM_getIntMemory(handle, 2), 5);
 }
 
 TEST_F(Loader, SectionsAndReservesMakeTheMemories) {
