@@ -1,6 +1,9 @@
 // Everything a machine holds, flattened into numbers, so that a target can
-// tell whether a refused image left the machine exactly as it was. Host
-// objects and helpers count by their addresses; floats by their bits.
+// tell whether a refused image left the machine exactly as it was, or whether
+// two restores of one image into one machine agree. Helpers count by their
+// addresses, which stay with the machine; records that a restore makes anew
+// (class records, watches) count by their contents and positions; floats by
+// their bits.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +11,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "vm/KX_VMObjectClass.h"
 #include "vm/KX_VMWatch.h"
 #include "vm/KX_VirtualMachine.h"
 
@@ -28,10 +32,13 @@ class QV_FuzzSnapshot {
     addArray(m.intFrames);
     addArray(m.floatFrames);
     addArray(m.pointerFrames);
-    addArray(m.frameWatches);
+    addPositions(m.frameWatches, m.watches);
     addArray(m.objects);
-    addArray(m.objectClasses);
-    addArray(m.objectClassTable);
+    addPositions(m.objectClasses, m.objectClassTable);
+    add(m.objectClassTable.getCount());
+    for (int i = 0; i < m.objectClassTable.getCount(); ++i) {
+      addText(static_cast<const KX_VMObjectClass*>(m.objectClassTable.at(i))->name.getText());
+    }
     for (int r = 0; r < 8; ++r) add(m.ir[r]), add(m.fr[r]), add(m.pr[r]);
     for (long long v : {m.spi, m.spf, m.spp, m.cp, m.exitCode}) add(v);
     for (bool b : {m.running, m.pending, m.firstAttempt}) add(b);
@@ -41,10 +48,7 @@ class QV_FuzzSnapshot {
     for (int i = 0; i < m.watches.getCount(); ++i) addWatch(*static_cast<const KX_VMWatch*>(m.watches.at(i)));
     addArray(m.symbolAddresses);
     add(m.symbolNames.getCount());
-    for (int i = 0; i < m.symbolNames.getCount(); ++i) {
-      for (const char* c = m.symbolNames.getString(i)->getText(); *c != 0; ++c) add(*c);
-      add(-1);
-    }
+    for (int i = 0; i < m.symbolNames.getCount(); ++i) addText(m.symbolNames.getString(i)->getText());
   }
 
   bool operator==(const QV_FuzzSnapshot& other) const { return values == other.values; }
@@ -65,6 +69,21 @@ class QV_FuzzSnapshot {
   void addArray(const Array& array) {
     add(array.getCount());
     for (int i = 0; i < array.getCount(); ++i) add(array.at(i));
+  }
+  void addText(const char* text) {
+    for (const char* c = text; *c != 0; ++c) add(*c);
+    add(-1);
+  }
+  // Each element by its position in `owners`: -1 for null, -2 if absent.
+  void addPositions(const KX_ObjectArray& elements, const KX_ObjectArray& owners) {
+    add(elements.getCount());
+    for (int i = 0; i < elements.getCount(); ++i) {
+      int position = elements.at(i) == nullptr ? -1 : -2;
+      for (int j = 0; j < owners.getCount() && position == -2; ++j) {
+        if (owners.at(j) == elements.at(i)) position = j;
+      }
+      add(position);
+    }
   }
   void addInstruction(const KX_VMInstruction& in) {
     for (long long v : {in.group, in.subType, in.targetRegister, in.sourceRegister, in.baseRegister, in.indexRegister,

@@ -18,6 +18,7 @@
 #include "QV_FuzzInput.h"
 #include "QV_FuzzObjects.h"
 #include "QV_FuzzRun.h"
+#include "QV_FuzzShape.h"
 #include "assembler/QV_Assembler.h"
 #include "qv_helper/qv_helper.h"
 
@@ -43,6 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   VM_loadExecutable(machine, image.data(), "main");
   objects.place(machine, pointers >> 4);
   qvfuzz::runBounded(machine, 1 + budget / 32, 1 + budget % 32);
+  qvfuzz::checkShape(*static_cast<const KX_VirtualMachine*>(machine));
   qvfuzz::disassembleWords(machine, words, entry / 2, (entry & 1) != 0);
   // Objects must still come back through the host's accessors.
   for (int reg = 0; reg < 8; ++reg) VM_getPointerRegisterObject(machine, reg);

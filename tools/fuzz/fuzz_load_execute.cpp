@@ -7,6 +7,7 @@
 #include "QV_FuzzLoad.h"
 #include "QV_FuzzObjects.h"
 #include "QV_FuzzRun.h"
+#include "QV_FuzzShape.h"
 #include "qv_helper/qv_helper.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -17,6 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (qvfuzz::loadUntrusted(machine, data, size) == 0) {
     objects.place(machine, 0x0F);
     qvfuzz::runBounded(machine, qvfuzz::kMaxSlices, qvfuzz::kMaxStepsPerSlice);
+    qvfuzz::checkShape(*static_cast<const KX_VirtualMachine*>(machine));
   }
   VM_exit();
   return 0;
