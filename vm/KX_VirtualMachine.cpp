@@ -1,5 +1,7 @@
 #include "vm/KX_VirtualMachine.h"
 
+#include <cstring>
+
 KX_VirtualMachine::KX_VirtualMachine() {
   frameWatches.elementsBorrowed = true;
   objectClasses.elementsBorrowed = true;
@@ -19,6 +21,11 @@ void KX_VirtualMachine::releaseDecodedWords() {
   if (decodedWords != nullptr) KX_freeMemoryBlock(decodedWords);
   decodedWords = nullptr;
   decodedCount = 0;
+}
+
+void KX_VirtualMachine::forgetDecodedWords() {
+  if (decodedWords != nullptr)
+    std::memset(decodedWords, 0, sizeof(KX_VMDecodedWord) * static_cast<unsigned>(decodedCount));
 }
 
 void KX_VirtualMachine::copyFrom(const KX_Base* source) {

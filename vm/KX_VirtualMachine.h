@@ -31,6 +31,9 @@ constexpr int kVMUnlimitedSteps = 0x7FFFFFFF;
 class KX_VMObjectClass;
 class KX_VMObjectInterface;
 class KX_VMWatch;
+namespace KX_VMState {
+struct Layout;
+}
 
 class KX_VirtualMachine : public KX_Base {
  public:
@@ -151,6 +154,25 @@ class KX_VirtualMachine : public KX_Base {
   // The object in the slot that an object pointer names; null for a pointer
   // with another tag, a handle outside the table, or a cleared slot.
   KX_VMObjectInterface* objectAt(unsigned int pointer) const;
+
+  // --- Saved state (KX_VirtualMachineSave.cpp, KX_VirtualMachineRestore.cpp) --
+  // Clears the slots of objects the script can no longer reach (see
+  // VM_saveCurrentState) and drops the class records no slot needs.
+  void sweepObjects();
+  // Sweeps, then writes the image into a new block (KX_allocateMemoryBlock).
+  // False, with a null image and size 0, when it would reach 2^31 bytes.
+  bool saveState(void*& image, int& imageSize);
+  // Tests an image without changing anything and notes where its sections
+  // are: 0, VM_ERROR_MAGIC, VM_ERROR_VERSION, VM_ERROR_CHECKSUM or
+  // VM_ERROR_FORMAT. `imageSize` below 0 trusts the header's length; then
+  // only the tests that need no size are made.
+  int checkState(const void* image, long long imageSize, KX_VMState::Layout& layout) const;
+  // Replaces the machine's state by a checked image. `helpers`
+  // (KX_VMObjectInterface pointers) fill the live slots in order; nulls, and
+  // slots beyond the list, stay empty.
+  void applyState(const KX_VMState::Layout& layout, const KX_VoidPtrArray& helpers);
+  // checkState, then applyState when it passed; returns checkState's result.
+  int restoreState(const void* image, const KX_VoidPtrArray& helpers, long long imageSize = -1);
 
   // Brings `instruction` up to date with the words fetched from the cache
   // since the last call, so that every field holds what decoding the same
@@ -276,6 +298,9 @@ class KX_VirtualMachine : public KX_Base {
   int currentPropertyId(const KX_VMDecodedWord& in);
 
   void releaseDecodedWords();
+  // Marks every cache entry empty, keeping the block: an object call that
+  // restored the machine returns into a loop that still reads the cache.
+  void forgetDecodedWords();
 
   // The decoded-word cache: one entry per code word, refilled whenever the
   // word at an address is not the one its entry was decoded from.

@@ -3,6 +3,7 @@
 
 #include "qv_helper/qv_helper.h"
 #include "vm/KX_VMImageFormat.h"
+#include "vm/KX_VMSymbolTable.h"
 #include "vm/KX_VirtualMachine.h"
 #include "vm/VM_reportError.h"
 
@@ -97,33 +98,12 @@ int KX_VirtualMachine::loadImage(const void* imageBlock, const char* entryName, 
   loadMemory<KX_IntArray, int>(pointerMemory, cursor, h.pointerCount, h.pointerReserve);
   cursor += 4ull * h.pointerCount;
 
-  symbolNames.clear();
-  symbolAddresses.clear();
-  for (std::uint32_t i = 0; i < h.symbolCount; ++i) {
-    symbolAddresses.append(static_cast<int>(readWord(cursor + 4 * i)));
-  }
-  cursor += 4ull * h.symbolCount;
-
-  // Only the start of each name must lie inside the name section; the last
-  // name may run on, but never past the end of the image (its computed
-  // length, or the given size when that is larger).
+  // The last name may run on, but never past the end of the image (its
+  // computed length, or the given size when that is larger).
   const unsigned char* end = image + length;
   if (sized && imageSize > static_cast<long long>(length)) end = image + imageSize;
-  std::uint32_t consumed = 0;
-  while (consumed < h.symbolNameBytes) {
-    const char* name = reinterpret_cast<const char*>(cursor + consumed);
-    const std::size_t room = static_cast<std::size_t>(end - (cursor + consumed));
-    const std::size_t nameLength = strnlen(name, room);
-    KX_String* symbol = new KX_String();
-    symbol->caseInsensitive = true;
-    for (std::size_t c = 0; c < nameLength; ++c) symbol->append(name[c]);
-    symbolNames.append(symbol);
-    consumed += static_cast<std::uint32_t>(nameLength) + 1;
-  }
-
-  // Names and addresses pair by index; the longer list loses its tail.
-  while (symbolNames.getCount() > symbolAddresses.getCount()) symbolNames.remove(symbolNames.getCount() - 1);
-  if (symbolAddresses.getCount() > symbolNames.getCount()) symbolAddresses.resize(symbolNames.getCount());
+  KX_readVMSymbolTable(cursor, h.symbolCount, cursor + 4ull * h.symbolCount, h.symbolNameBytes, end, symbolNames,
+                       symbolAddresses);
 
   if (entryName == nullptr) {
     running = false;

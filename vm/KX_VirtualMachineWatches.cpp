@@ -159,8 +159,14 @@ int KX_VirtualMachine::returnFromWatch(KX_VMWatch* watch) {
   if (!watch->deletePending) {
     watch->active = false;
   } else {
-    const int index = watches.findSorted(watch);
-    if (index >= 0 && watches.at(index) == watch) watches.remove(index);
+    int index = watches.findSorted(watch);
+    // Equal keys are possible after a restore (an object given back twice,
+    // or watches whose objects were not given back): find this very watch.
+    if (index >= 0 && watches.at(index) != watch) {
+      for (index = watches.getCount() - 1; index >= 0 && watches.at(index) != watch; --index) {
+      }
+    }
+    if (index >= 0) watches.remove(index);
   }
   if (!pending) return 0;
   // The handler's words have replaced `instruction`: decode the interrupted
