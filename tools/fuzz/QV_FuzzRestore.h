@@ -1,6 +1,7 @@
 // The checked restore of untrusted bytes, for the restore target.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -34,6 +35,27 @@ inline std::uint64_t stateLength(const unsigned char* image) {
   return at(kStateHeaderSize) + 8 * at(kStateCodeCount) + 4 * cells + at(kStateSymbolNameBytes) +
          at(kStateWatchCount) * (version == 1 ? 38 : 40);
 }
+
+// The highest object slot the image lists, as far as the bytes go; 0 if it
+// lists none.
+inline std::uint32_t highestObjectSlot(const unsigned char* image, std::size_t size) {
+  if (size < kStateHeaderBytes) return 0;
+  const auto at = [image](int offset) { return std::uint64_t{KX_VMImage::readWord(image + offset)}; };
+  std::uint64_t cells = at(kStateSymbolCount);
+  for (int i = 0; i < kStateCellCounts; ++i) cells += at(kStateFirstCellCount + 4 * i);
+  const std::uint64_t slots = at(kStateHeaderSize) + 8 * at(kStateCodeCount) + 4 * cells + at(kStateSymbolNameBytes);
+  std::uint32_t highest = 0;
+  for (std::uint64_t i = 0; i < at(kStateObjectCount) && slots + 4 * i + 4 <= size; ++i) {
+    highest = std::max(highest, KX_VMImage::readWord(image + slots + 4 * i));
+  }
+  return highest;
+}
+
+// A restore grants object slots up to 2^20, but fills the class record of
+// each slot one append at a time, which takes quadratic time in the table
+// length; inputs with slots beyond this are skipped so that the fuzzer does
+// not spend its time there.
+constexpr std::uint32_t kMaxFuzzedObjectSlot = 1u << 12;
 
 // Writes the checksum that the header's length gives, where the header and
 // that length fit the block; returns whether it did.

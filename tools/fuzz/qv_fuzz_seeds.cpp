@@ -142,8 +142,9 @@ struct Coverage {
         break;
       }
     }
-    for (int i = 0; i < m.objects.getCount(); ++i) {
-      if (m.objects.at(i) == nullptr) {
+    // A hole: a swept slot before a live one.
+    for (int i = 1; i < m.objects.getCount(); ++i) {
+      if (m.objects.at(i - 1) == nullptr && m.objects.at(i) != nullptr) {
         ++withHole;
         break;
       }
@@ -186,6 +187,17 @@ class SeedWriter {
     for (const char* sub : {"", "/executables", "/execute", "/states"}) mkdir((dir + sub).c_str(), 0755);
   }
 
+  // Writes a saved state after making sure that it restores.
+  bool writeState(const std::string& name, const Bytes& image, VM_ObjectInterface** objects, int objectCount) {
+    void* machine = VM_createVirtualMachine();
+    const int result =
+        VM_restoreCurrentStateChecked(machine, image.data(), static_cast<int>(image.size()), objects, objectCount);
+    VM_deleteVirtualMachine(machine);
+    if (result == 0) return write("states", name, image);
+    std::fprintf(stderr, "qv_fuzz_seeds: the saved state %s does not restore (0x%x)\n", name.c_str(), result);
+    return false;
+  }
+
   bool write(const std::string& sub, const std::string& name, const Bytes& bytes) {
     ++written;
     if (writeBytes(dir + "/" + sub + "/" + name, bytes)) return true;
@@ -208,10 +220,11 @@ class SeedWriter {
       const Bytes image = save(machine);
       if (!seen.insert(image).second) continue;
       coverage.count(*static_cast<const KX_VirtualMachine*>(machine));
-      ok = write("states", name + "-" + std::to_string(step) + ".vmst", image);
+      const std::string stem = name + "-" + std::to_string(step);
+      ok = writeState(stem + ".vmst", image, objects.list, QV_FuzzObjects::kCount);
       if (ok && KX_VMImage::readWord(image.data() + kStateWatchCountOffset) != 0 && step % 8 == 0) {
         ++coverage.version1;
-        ok = write("states", name + "-" + std::to_string(step) + "-v1.vmst", toVersion1(image));
+        ok = writeState(stem + "-v1.vmst", toVersion1(image), objects.list, QV_FuzzObjects::kCount);
       }
     }
     VM_exit();
@@ -221,8 +234,9 @@ class SeedWriter {
   bool writeNewMachine() {
     VM_init();
     const Bytes image = save(VM_createVirtualMachine());
+    const bool ok = writeState("new-machine.vmst", image, nullptr, 0);
     VM_exit();
-    return write("states", "new-machine.vmst", image);
+    return ok;
   }
 
   std::string dir;
