@@ -21,10 +21,11 @@ rm -rf "$out/seeds"
 "$out/tools/fuzz/qv_fuzz_seeds" "$out/seeds"
 mkdir -p "$out/logs" "$out/artifacts"
 
+targets=(execute load load_execute restore)
 declare -A seedsOf=([execute]=execute [load]=executables [load_execute]=executables [restore]=states)
 summary=()
 failed=0
-for target in execute load load_execute restore; do
+for target in "${targets[@]}"; do
   mkdir -p "$out/corpus/$target"
   log="$out/logs/$target.log"
   echo "fuzzing $target for ${seconds} s"
@@ -36,8 +37,9 @@ for target in execute load load_execute restore; do
   else
     tail -n 60 "$log"
     summary+=("fuzz $target: REPORT (see $log)")
-    failed=1
+    failed=$((failed + 1))
   fi
 done
 printf '%s\n' "${summary[@]}"
-exit "$failed"
+echo "fuzz: $((${#targets[@]} - failed)) passed, $failed failed"
+[ "$failed" -eq 0 ]
