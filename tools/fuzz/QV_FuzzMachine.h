@@ -30,7 +30,8 @@ inline const std::vector<unsigned char>& preparedImage() {
         "        PARAM     ir0\n"
         "        CALL      work\n"
         "        HALT      1\n"
-        "handler: RETURN\n"
+        "handler: LOAD     ir7,1\n"
+        "        RETURN\n"
         "work:   LOCALS    1,1,1\n"
         "        CALL      [pr3].0x000D\n"
         "        RETURN\n";

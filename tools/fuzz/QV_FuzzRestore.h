@@ -1,7 +1,6 @@
 // The checked restore of untrusted bytes, for the restore target.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -9,64 +8,11 @@
 #include "QV_FuzzCheck.h"
 #include "QV_FuzzShape.h"
 #include "QV_FuzzSnapshot.h"
+#include "QV_FuzzStateLayout.h"
 #include "qv_helper/qv_helper.h"
-#include "vm/KX_VMImageFormat.h"
 #include "vm/KX_VirtualMachine.h"
 
 namespace qvfuzz {
-
-// The layout of a saved-state header, as far as its length needs it: the
-// version, the header size, the counts of code and of the fourteen arrays
-// from int memory to frame watches (4-byte elements), the symbol count, the
-// symbol name bytes, the object count and the watch count.
-constexpr std::size_t kStateHeaderBytes = 208;
-constexpr int kStateVersion = 4, kStateHeaderSize = 12, kStateCodeCount = 132, kStateFirstCellCount = 136,
-              kStateCellCounts = 14, kStateSymbolCount = 192, kStateSymbolNameBytes = 196, kStateObjectCount = 200,
-              kStateWatchCount = 204;
-
-// The length the header gives, without wrapping; 0 for a version that is
-// neither 1 nor 2.
-inline std::uint64_t stateLength(const unsigned char* image) {
-  const auto at = [image](int offset) { return std::uint64_t{KX_VMImage::readWord(image + offset)}; };
-  const std::uint64_t version = at(kStateVersion);
-  if (version != 1 && version != 2) return 0;
-  std::uint64_t cells = at(kStateSymbolCount) + at(kStateObjectCount);
-  for (int i = 0; i < kStateCellCounts; ++i) cells += at(kStateFirstCellCount + 4 * i);
-  return at(kStateHeaderSize) + 8 * at(kStateCodeCount) + 4 * cells + at(kStateSymbolNameBytes) +
-         at(kStateWatchCount) * (version == 1 ? 38 : 40);
-}
-
-// The highest object slot the image lists, as far as the bytes go; 0 if it
-// lists none.
-inline std::uint32_t highestObjectSlot(const unsigned char* image, std::size_t size) {
-  if (size < kStateHeaderBytes) return 0;
-  const auto at = [image](int offset) { return std::uint64_t{KX_VMImage::readWord(image + offset)}; };
-  std::uint64_t cells = at(kStateSymbolCount);
-  for (int i = 0; i < kStateCellCounts; ++i) cells += at(kStateFirstCellCount + 4 * i);
-  const std::uint64_t slots = at(kStateHeaderSize) + 8 * at(kStateCodeCount) + 4 * cells + at(kStateSymbolNameBytes);
-  std::uint32_t highest = 0;
-  for (std::uint64_t i = 0; i < at(kStateObjectCount) && slots + 4 * i + 4 <= size; ++i) {
-    highest = std::max(highest, KX_VMImage::readWord(image + slots + 4 * i));
-  }
-  return highest;
-}
-
-// A restore grants object slots up to 2^20, but fills the class record of
-// each slot one append at a time, which takes quadratic time in the table
-// length; inputs with slots beyond this are skipped so that the fuzzer does
-// not spend its time there.
-constexpr std::uint32_t kMaxFuzzedObjectSlot = 1u << 12;
-
-// Writes the checksum that the header's length gives, where the header and
-// that length fit the block; returns whether it did.
-inline bool repairStateChecksum(unsigned char* image, std::size_t size) {
-  if (size < kStateHeaderBytes) return false;
-  const std::uint64_t length = stateLength(image);
-  if (length < KX_VMImage::kChecksumStart || length > size) return false;
-  KX_VMImage::writeWord(image + KX_VMImage::kOffsetChecksum,
-                        KX_VMImage::checksum(image + 12, static_cast<std::uint32_t>(length) - 12u));
-  return true;
-}
 
 // One checked restore from a block of exactly `size` bytes. A refusal must
 // give one of the restore's codes and leave the machine as it was; a

@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "QV_FuzzObjects.h"
+#include "QV_FuzzStateLayout.h"
 #include "assembler/QV_Assembler.h"
 #include "qv_helper/qv_helper.h"
 #include "vm/KX_VMImageFormat.h"
@@ -48,14 +49,6 @@ constexpr Script kScripts[] = {
 
 // Saves after each of this many single steps of a script.
 constexpr int kSavedSteps = 80;
-
-// Offsets in a saved-state image: its version, its checksum, the count of
-// watch records, which end the image; and the record sizes of versions 2 and 1.
-constexpr int kStateVersionOffset = 4;
-constexpr int kStateChecksumOffset = 8;
-constexpr int kStateWatchCountOffset = 204;
-constexpr std::size_t kWatchRecordBytes = 40;
-constexpr std::size_t kVersion1WatchRecordBytes = 38;
 
 std::string readText(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -165,22 +158,6 @@ Bytes save(void* machine) {
   return copy;
 }
 
-// The version 1 form of a version 2 image: watch records without their last
-// two bytes, and the checksum made anew.
-Bytes toVersion1(const Bytes& image) {
-  const std::uint32_t watches = KX_VMImage::readWord(image.data() + kStateWatchCountOffset);
-  const std::size_t start = image.size() - watches * kWatchRecordBytes;
-  Bytes old(image.begin(), image.begin() + static_cast<std::ptrdiff_t>(start));
-  for (std::uint32_t w = 0; w < watches; ++w) {
-    const auto record = image.begin() + static_cast<std::ptrdiff_t>(start + w * kWatchRecordBytes);
-    old.insert(old.end(), record, record + kVersion1WatchRecordBytes);
-  }
-  KX_VMImage::writeWord(old.data() + kStateVersionOffset, 1);
-  KX_VMImage::writeWord(old.data() + kStateChecksumOffset,
-                        KX_VMImage::checksum(old.data() + 12, static_cast<std::uint32_t>(old.size() - 12)));
-  return old;
-}
-
 class SeedWriter {
  public:
   explicit SeedWriter(const std::string& dir) : dir(dir) {
@@ -222,9 +199,9 @@ class SeedWriter {
       coverage.count(*static_cast<const KX_VirtualMachine*>(machine));
       const std::string stem = name + "-" + std::to_string(step);
       ok = writeState(stem + ".vmst", image, objects.list, QV_FuzzObjects::kCount);
-      if (ok && KX_VMImage::readWord(image.data() + kStateWatchCountOffset) != 0 && step % 8 == 0) {
+      if (ok && KX_VMImage::readWord(image.data() + qvfuzz::kStateWatchCount) != 0 && step % 8 == 0) {
         ++coverage.version1;
-        ok = writeState(stem + "-v1.vmst", toVersion1(image), objects.list, QV_FuzzObjects::kCount);
+        ok = writeState(stem + "-v1.vmst", qvfuzz::toVersion1(image), objects.list, QV_FuzzObjects::kCount);
       }
     }
     VM_exit();
