@@ -262,7 +262,7 @@ class KX_VirtualMachine : public KX_Base {
   // The test of pr0 as a handler address: 0 or the failure.
   int checkHandlerPointer() const;
   // RETURN from a level that `watch` opened: the interrupted state comes back.
-  int returnFromWatch(KX_VMWatch* watch);
+  void returnFromWatch(KX_VMWatch* watch);
   // The code pointer test shared by JUMP and CALL: 0 or the failure.
   int checkCodePointer(unsigned int pointer) const;
 

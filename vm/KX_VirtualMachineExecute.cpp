@@ -547,8 +547,7 @@ int KX_VirtualMachine::opReturn() {
   // A level opened by a firing watch hands the interrupted instruction back.
   KX_Base* watch = frameWatches.at(frameWatches.getCount() - 1);
   if (watch != nullptr) {
-    const int result = returnFromWatch(static_cast<KX_VMWatch*>(watch));
-    if (result != 0) return result;
+    returnFromWatch(static_cast<KX_VMWatch*>(watch));
   } else {
     pending = false;
   }

@@ -59,8 +59,10 @@ bool isPropertyTag(std::uint32_t pointerType) {
 
 // Open calls: the saved stack pointers, return addresses and frame watches
 // hold one element per open call, each frame list one more (RETURN pops all
-// eight together, and the bottom frame top stays). Each frame top lies
-// within its stack, as RETURN and calls cut the stack back to it.
+// eight together, and the bottom frame top stays). Frame tops ascend from
+// the bottom level and lie within their stack: each level starts at the
+// stack's count, and RETURN and calls cut the stack back to the top one. A
+// machine keeps this by itself once restored, so its saves restore again.
 int checkFrames(const Layout& layout) {
   const std::uint32_t calls = layout.counts[kArraySavedSpi];
   for (int a : {kArraySavedSpf, kArraySavedSpp, kArraySavedCp, kArrayFrameWatches}) {
@@ -70,11 +72,14 @@ int checkFrames(const Layout& layout) {
   const int stacks[3] = {kArrayIntStack, kArrayFloatStack, kArrayPointerStack};
   for (int bank = 0; bank < 3; ++bank) {
     if (layout.counts[frames[bank]] != calls + 1) return formatError("saved state frames out of step");
+    std::int32_t below = 0;
     for (std::uint32_t i = 0; i <= calls; ++i) {
       const std::int32_t top = static_cast<std::int32_t>(layout.element(frames[bank], i));
       if (top < 0 || static_cast<std::uint32_t>(top) > layout.counts[stacks[bank]]) {
         return formatError("saved state frame top outside its stack");
       }
+      if (top < below) return formatError("saved state frame tops out of order");
+      below = top;
     }
   }
   return 0;
@@ -331,9 +336,10 @@ void KX_VirtualMachine::applyState(const Layout& layout, const KX_VoidPtrArray& 
   watches.sort();
 
   // Class records anew, from the objects given back.
+  objectClasses.resize(objects.getCount());
   for (int slot = 0; slot < objects.getCount(); ++slot) {
     KX_VMObjectInterface* helper = static_cast<KX_VMObjectInterface*>(objects.at(slot));
-    objectClasses.append(helper == nullptr ? nullptr : getObjectClass(helper));
+    if (helper != nullptr) objectClasses.set(slot, getObjectClass(helper));
   }
 
   // Nothing decoded from the old code may run. A pending instruction is

@@ -152,7 +152,7 @@ int KX_VirtualMachine::checkWatches() {
   return 0;
 }
 
-int KX_VirtualMachine::returnFromWatch(KX_VMWatch* watch) {
+void KX_VirtualMachine::returnFromWatch(KX_VMWatch* watch) {
   pending = watch->savedPending;
   firstAttempt = watch->savedFirstAttempt;
   compareResult = watch->savedCompareResult;
@@ -168,16 +168,21 @@ int KX_VirtualMachine::returnFromWatch(KX_VMWatch* watch) {
     }
     if (index >= 0) watches.remove(index);
   }
-  if (!pending) return 0;
+  if (!pending) return;
   // The handler's words have replaced `instruction`: decode the interrupted
   // word again, over the fields the handler's words left.
   syncInstruction();
   const int count = code.getCount();
-  if (static_cast<unsigned int>(cp) - 1u >= static_cast<unsigned int>(count) - 1u) {
-    return VM_reportError(VM_ERROR_ADDRESS, "illegal code address %x (max. address %x)", static_cast<unsigned int>(cp),
-                          static_cast<unsigned int>(count - 1));
+  // When there is no word to take up again (the host changed the code
+  // meanwhile, or a restored state returns to no word), the return still
+  // completes: a failed RETURN would stay pending and, run again, close a
+  // second level, with a frame watch left behind that may already be
+  // destroyed. Instead the interrupted word is no longer pending, and the
+  // fetch of the next step reports the address or the word.
+  if (static_cast<unsigned int>(cp) - 1u >= static_cast<unsigned int>(count) - 1u ||
+      instruction.decode(static_cast<std::uint64_t>(code.at(cp))) != 0) {
+    pending = false;
   }
-  return instruction.decode(static_cast<std::uint64_t>(code.at(cp)));
 }
 
 int KX_VirtualMachine::opWatch(const KX_VMDecodedWord& in, bool edgeTriggered) {

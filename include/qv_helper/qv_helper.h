@@ -373,14 +373,16 @@ QV_API void VM_restoreCurrentState(void* machine, const void* image, VM_ObjectIn
 ///   below 208, a count beyond 2^29, a length of 2^31 bytes or more, fewer
 ///   bytes than the length the header gives;
 /// - the checksum: VM_ERROR_CHECKSUM;
-/// - VM_ERROR_FORMAT, counts no machine can have: saved stack pointers,
-///   return addresses and frame watches not one per open call, or frame lists
-///   not one more; a frame top outside its stack; a frame watch beyond the
-///   watch list, naming a watch twice, or naming one whose handler is not
-///   running; object slots not ascending or from 2^20 on; a watch naming a
-///   slot beyond the table; a memory watch on a cell outside its memory, or a
-///   watch of a pointer type that cannot be watched (a memory watch: int,
-///   float or pointer; a property watch: int, float or object).
+/// - VM_ERROR_FORMAT, contents no machine can have: saved stack pointers,
+///   return addresses and frame watches not one per open call, or frame
+///   lists not one more; frame tops outside their stack or not ascending; a
+///   frame watch beyond the watch list, naming a watch twice, or naming one
+///   whose handler is not running; object slots not ascending or from 2^20
+///   on; a watch naming a slot beyond the table; a memory watch on a cell
+///   outside its memory, or a watch of a pointer type that cannot be watched
+///   (a memory watch: int, float or pointer; a property watch: int, float or
+///   object). A watch that goes when its running handler returns is never
+///   read again; its cell and type are not tested.
 /// VM_restoreCurrentState makes the same tests but those of the size.
 /// \param machine [in] a live machine handle.
 /// \param image [in] imageSize bytes, read only during the call; may be null

@@ -3,6 +3,8 @@
 // differ. Host objects are named by their place in a list the test gives,
 // so machines with helpers of their own still compare; watches in frames by
 // their place in the watch list. Floats are shown as bits (NaN included).
+// The reference object of a watch shows only where it has a meaning, on an
+// object property: elsewhere a save keeps it only while its slot lives.
 // And a save through the exports, copied out and given back at once.
 #pragma once
 
@@ -97,9 +99,10 @@ inline std::string describe(const KX_VirtualMachine& m, const Hosts& hosts = {})
     std::ostringstream line;
     line << "watch " << w->address << ' ' << hostName(w->object, hosts) << ' ' << std::hex << w->pointerType << ' '
          << w->referenceInt << ' ' << bits << ' ' << w->referencePointer << std::dec << ' '
-         << hostName(w->referenceObject, hosts) << " c" << int{w->condition} << " h" << w->handler << " flags "
-         << w->active << w->deletePending << w->savedPending << w->savedFirstAttempt << ' '
-         << int{w->savedCompareResult} << ' ' << w->edgeTriggered << w->armed << '\n';
+         << (w->object != nullptr && w->pointerType == VM_POINTER_OBJECT ? hostName(w->referenceObject, hosts) : "x")
+         << " c" << int{w->condition} << " h" << w->handler << " flags " << w->active << w->deletePending
+         << w->savedPending << w->savedFirstAttempt << ' ' << int{w->savedCompareResult} << ' ' << w->edgeTriggered
+         << w->armed << '\n';
     watches.emplace_back(line.str(), w);
   }
   std::sort(watches.begin(), watches.end());

@@ -303,4 +303,31 @@ TEST_F(Watches, ACopyRebindsItsWatchesAndClasses) {
   delete copy;
 }
 
+TEST_F(Watches, AHandlerReturnsWholeWhenTheInterruptedWordIsGone) {
+  // A WAIT is interrupted; inside the handler the host replaces the waiting
+  // word by one that does not decode, and the handler removes its own watch.
+  load(*machine, {word("WATCHE", kInt, 0, imm(intPtr(3))), word("WAITE", kInt, 1, absolute(intPtr(2)))},
+       {word("UNWATCH", kInt, imm(intPtr(3))), word("RETURN")});
+  machine->ir[0] = 1;
+  machine->ir[1] = 1;
+  ASSERT_TRUE(VM_execute(handle, 5));  // waits
+  ASSERT_TRUE(machine->pending);
+  machine->intMemory.set(3, 1);
+  ASSERT_TRUE(VM_execute(handle, 1));  // fires; UNWATCH marks it
+  machine->code.set(2, -1);
+  // The return closes its level and drops the watch; the word is no longer
+  // pending, so each further run fails at its fetch, without closing more.
+  EXPECT_FALSE(VM_execute(handle, 5));
+  EXPECT_EQ(VM_getLastErrorCode(), VM_ERROR_INSTRUCTION);
+  EXPECT_EQ(machine->frameWatches.getCount(), 0);
+  EXPECT_EQ(machine->savedCp.getCount(), 0);
+  EXPECT_EQ(machine->intFrames.getCount(), 1);
+  EXPECT_EQ(machine->watches.getCount(), 0);
+  EXPECT_FALSE(machine->pending);
+  EXPECT_EQ(machine->cp, 2);
+  EXPECT_FALSE(VM_execute(handle, 5));
+  EXPECT_EQ(machine->cp, 2);
+  EXPECT_EQ(machine->intFrames.getCount(), 1);
+}
+
 }  // namespace
