@@ -71,6 +71,17 @@ TEST_F(FuzzSupport, StateLayoutReadsRealSaves) {
   EXPECT_EQ(qvfuzz::stateLength(fresh.data()), 260u);
   EXPECT_EQ(qvfuzz::highestObjectSlot(fresh.data(), fresh.size()), 0u);
 
+  // One listed slot: the ones a restore grants from 2^16 on cost time.
+  for (const auto& slot :
+       {std::pair<std::uint32_t, bool>{0xFFFF, false}, {0x10000, true}, {0xFFFFF, true}, {0x100000, false}}) {
+    Bytes listed = fresh;
+    KX_VMImage::writeWord(listed.data() + qvfuzz::kStateObjectCount, 1);
+    listed.resize(listed.size() + 4);
+    KX_VMImage::writeWord(listed.data() + 260, slot.first);
+    EXPECT_EQ(qvfuzz::highestObjectSlot(listed.data(), listed.size()), slot.first);
+    EXPECT_EQ(qvfuzz::spendsTimeOnObjectSlots(listed.data(), listed.size()), slot.second) << slot.first;
+  }
+
   const Bytes image = save(machineWithHole());
   EXPECT_EQ(qvfuzz::stateLength(image.data()), image.size());
   EXPECT_EQ(qvfuzz::highestObjectSlot(image.data(), image.size()), 2u);
