@@ -321,7 +321,9 @@ QV_API VM_ObjectInterface* VM_getPointerMemoryObject(void* machine, int address)
 // 2^29 elements (the address space), an image is below 2^31 bytes, and no
 // object slot index reaches 2^20 (1048576), so an image can make a machine
 // allocate no more than its own size and 2^20 object slots. Save and restore
-// run between calls of VM_execute, not from inside a host operation.
+// between calls of VM_execute: called from inside a host operation, they do
+// no harm, but the instruction that called out then finishes on the state it
+// finds.
 
 /// Saves a machine. First the objects that the script can no longer reach
 /// (no register, pointer memory or pointer stack cell holds exactly their
@@ -332,7 +334,7 @@ QV_API VM_ObjectInterface* VM_getPointerMemoryObject(void* machine, int address)
 /// \param machine [in] a live machine handle.
 /// \param image [out] a new block with the image, owned by the caller until
 ///        VM_deleteCurrentState; null (and imageSize 0) only if the image
-///        would reach 2^31 bytes.
+///        would reach 2^31 bytes or no memory was left.
 /// \param imageSize [out] its size in bytes; a fresh machine saves to 260.
 /// \param objects [out] a new block of objectCount host objects, those of the
 ///        live slots in slot order; null when there is none.
@@ -345,7 +347,8 @@ QV_API void VM_saveCurrentState(void* machine, void*& image, int& imageSize, VM_
 /// which goes on with the next VM_execute (a waiting one is repeated with
 /// firstAttempt false). The object table is rebuilt with the image's slot
 /// numbers, and the class records are asked anew from the objects. The exit
-/// code stays. Reads images of format versions 1 and 2.
+/// code stays. Reads images of format versions 1 and 2; version 1 knew no
+/// triggers, so its watches come back as watches, armed.
 ///
 /// Refused, leaving the machine exactly as it was: a wrong magic, a version
 /// other than 1 and 2, a wrong checksum, and an image whose counts no machine
@@ -383,7 +386,8 @@ QV_API void VM_restoreCurrentState(void* machine, const void* image, VM_ObjectIn
 ///   (a memory watch: int, float or pointer; a property watch: int, float or
 ///   object). A watch that goes when its running handler returns is never
 ///   read again; its cell and type are not tested.
-/// VM_restoreCurrentState makes the same tests but those of the size.
+/// VM_restoreCurrentState makes the same tests, but for those that need the
+/// size: the bytes there are, and a header size below 208.
 /// \param machine [in] a live machine handle.
 /// \param image [in] imageSize bytes, read only during the call; may be null
 ///        when imageSize is 0.
