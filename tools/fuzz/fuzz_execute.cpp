@@ -6,9 +6,11 @@
 // as zero.
 //   byte 0  code words: 2 + b % 63
 //   byte 1  int cells 1 + b % 16, float cells 1 + b / 16
-//   byte 2  pointer cells 1 + b % 16; bits 4 to 7 place host objects
+//   byte 2  pointer cells 1 + b % 16; bits 4 to 7 put the host objects into
+//           pr1, pr2, pr3 and pointer cell 1 (see QV_FuzzObjects::place)
 //   byte 3  steps per slice 1 + b % 32, slices 1 + b / 32
-//   byte 4  entry address 1 + b % (words - 1); listing buffer size b / 2
+//   byte 4  entry address 1 + b % (words - 1); the listing buffer holds
+//           b / 2 bytes, and bit 0 lists the code words too
 // The program is loaded through the public loader from an image built here,
 // so the machine is in the state any host would see.
 #include <cstddef>
