@@ -40,7 +40,9 @@ void runAndSave(void* machine) {
   VM_ObjectInterface** objects = nullptr;
   int objectCount = 0;
   VM_saveCurrentState(machine, image, imageSize, objects, objectCount);
-  QV_FUZZ_CHECK(image != nullptr && imageSize >= 260, "a save gives an image");
+  // At least the header: a restored machine may have empty stacks, and then
+  // saves to less than a new machine's 260 bytes.
+  QV_FUZZ_CHECK(image != nullptr && imageSize >= 208, "a save gives an image");
   void* copy = VM_createVirtualMachine();
   const int result = qvfuzz::restoreChecked(copy, static_cast<const unsigned char*>(image),
                                             static_cast<std::size_t>(imageSize), objects, objectCount);
