@@ -37,6 +37,13 @@ bool fitsAddressSpace(std::uint32_t count, std::uint32_t reserve) {
   return std::uint64_t{count} + reserve <= std::uint64_t{kVMAddressMask} + 1;
 }
 
+// The most zero cells an untrusted image may ask for behind a memory's
+// section: 2^24 cells, 64 MiB. The address space would allow 2^29 per memory,
+// so that a 52-byte file could make the machine take 6 GiB; a script that
+// needs more than this reserve is not one a game takes from a file. The
+// sections themselves are bounded by the image's size.
+constexpr std::uint32_t kMaxCheckedReserve = 1u << 24;
+
 }  // namespace
 
 int KX_VirtualMachine::loadImage(const void* imageBlock, const char* entryName, long long imageSize) {
@@ -70,6 +77,10 @@ int KX_VirtualMachine::loadImage(const void* imageBlock, const char* entryName, 
   if (!fitsAddressSpace(h.codeCount, 0) || !fitsAddressSpace(h.intCount, h.intReserve) ||
       !fitsAddressSpace(h.floatCount, h.floatReserve) || !fitsAddressSpace(h.pointerCount, h.pointerReserve)) {
     return VM_reportError(VM_ERROR_FORMAT, "executable memory beyond the address space");
+  }
+  if (sized && (h.intReserve > kMaxCheckedReserve || h.floatReserve > kMaxCheckedReserve ||
+                h.pointerReserve > kMaxCheckedReserve)) {
+    return VM_reportError(VM_ERROR_FORMAT, "executable reserve beyond %u cells", kMaxCheckedReserve);
   }
   // Nothing of the machine has changed up to here.
 

@@ -132,7 +132,9 @@ QV_API void VM_loadExecutable(void* machine, const void* image, const char* entr
 /// fewer than 4 bytes; the magic; fewer than 8 bytes; the version; fewer than
 /// the 52 bytes of the header; a header size below 52; a length that does not
 /// fit 32 bits; fewer bytes than the length the header gives; the checksum; a
-/// memory (section plus reserve) or code beyond the 29-bit address space.
+/// memory (section plus reserve) or code beyond the 29-bit address space; a
+/// reserve of more than 2^24 cells (64 MiB) in one memory, so that a small
+/// file cannot make the machine take gigabytes.
 /// On any failure the machine is exactly as it was.
 /// \param machine [in] a live machine handle.
 /// \param image [in] imageSize bytes, read only during the call; may be null

@@ -221,6 +221,21 @@ TEST_F(Loader, TheCheckedLoadReadsNothingBeyondItsSizeAndNamesTheFormatFailures)
   EXPECT_EQ(machine->loadImage(image.data(), nullptr), 0);
   EXPECT_EQ(machine->loadImage(good.data(), "main"), 0);
 
+  // A reserve of 2^24 cells is taken from an untrusted image, one more is not
+  // (the trusting load would take it: the address space allows 2^29).
+  ImageParts big = s;
+  big.reserves[2] = 1u << 24;
+  image = build(big);
+  EXPECT_EQ(VM_loadExecutableChecked(handle, image.data(), static_cast<int>(image.size()), "main"), 0);
+  EXPECT_EQ(VM_getPointerMemorySize(handle), 1 << 24);
+  dirty();
+  big.reserves[2] = 0;
+  big.reserves[1] = (1u << 24) + 1;
+  image = build(big);
+  EXPECT_EQ(VM_loadExecutableChecked(handle, image.data(), static_cast<int>(image.size()), "main"), VM_ERROR_FORMAT);
+  expectLastError(VM_ERROR_FORMAT, "executable reserve beyond 16777216 cells");
+  expectUnchanged();
+
   // A whole image loads, with room to spare behind it.
   image = good;
   image.resize(good.size() + 16, 0xEE);

@@ -14,9 +14,10 @@
 
 namespace qvfuzz {
 
-// Reserves let a 52-byte image ask for 2^29 cells in each memory, which the
-// loader grants; a fuzz case that does so only spends memory and time, so
-// inputs asking for more cells than this are skipped.
+// Reserves let a 52-byte image ask for 2^24 cells in each memory, which the
+// checked loader grants (and more, which it refuses before allocating); a
+// fuzz case that takes that much only spends memory and time, so inputs
+// asking for more cells than this are skipped.
 constexpr std::uint64_t kMaxLoadedCells = std::uint64_t{1} << 22;
 
 inline bool asksTooMuchMemory(const std::uint8_t* data, std::size_t size) {
