@@ -7,6 +7,7 @@
 #include <random>
 
 #include "geometry/KX_PolygonList2D.h"
+#include "pathfinding/KX_VisibilityGraph.h"
 
 namespace {
 
@@ -45,6 +46,19 @@ void makePolygons(KX_PolygonList2D& list, int count) {
     }
     list.append(polygon);
   }
+}
+
+// Builds the graph of a box or polygon map, with the path cache the export
+// gives a built graph: one tree per node, at most 600.
+inline void buildMap(KX_VisibilityGraph& graph, bool boxes, int count, const KX_Polygon2D* border = nullptr) {
+  KX_PolygonList2D map;
+  if (boxes) {
+    makeBoxes(map, count);
+  } else {
+    makePolygons(map, count);
+  }
+  graph.build(map, kInflation, kTreeLevels, border);
+  graph.setPathCacheCapacity(graph.nodeCount < 600 ? graph.nodeCount : 600);
 }
 
 }  // namespace

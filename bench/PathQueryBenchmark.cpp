@@ -60,18 +60,6 @@ double percentile(std::vector<double> values, double fraction) {
   return values[index];
 }
 
-void buildMap(KX_VisibilityGraph& graph, bool boxes, int count) {
-  KX_PolygonList2D map;
-  if (boxes) {
-    makeBoxes(map, count);
-  } else {
-    makePolygons(map, count);
-  }
-  graph.build(map, kInflation, kTreeLevels, nullptr);
-  // The cache the export gives a built graph: one tree per node, at most 600.
-  graph.setPathCacheCapacity(std::min(graph.nodeCount, 600));
-}
-
 // Times every pair once; `coldCache` empties the cache before each. Adds
 // the blocks the queries took to `blocks`.
 std::vector<double> timeQueries(KX_VisibilityGraph& graph, const std::vector<Pair>& pairs, bool coldCache,

@@ -86,17 +86,6 @@ class Recorder {
   std::string mapName;
 };
 
-void buildMap(KX_VisibilityGraph& graph, bool boxes, int count, const KX_Polygon2D* border) {
-  KX_PolygonList2D map;
-  if (boxes) {
-    makeBoxes(map, count);
-  } else {
-    makePolygons(map, count);
-  }
-  graph.build(map, kInflation, kTreeLevels, border);
-  graph.setPathCacheCapacity(graph.nodeCount < 600 ? graph.nodeCount : 600);
-}
-
 void runQuery(KX_VisibilityGraph& graph, Recorder& recorder, KX_Point2D from, KX_Point2D to) {
   static float result[2 * kMaxPoints];
   int n = FindPath_findPath(&graph, result, kMaxPoints, from.x, from.y, to.x, to.y);

@@ -69,14 +69,7 @@ int main(int argc, char** argv) {
   int queries = argc > 4 ? std::atoi(argv[4]) : 1000;
 
   KX_VisibilityGraph graph;
-  KX_PolygonList2D map;
-  if (boxes) {
-    makeBoxes(map, count);
-  } else {
-    makePolygons(map, count);
-  }
-  graph.build(map, kInflation, kTreeLevels, nullptr);
-  graph.setPathCacheCapacity(graph.nodeCount < 600 ? graph.nodeCount : 600);
+  buildMap(graph, boxes, count);
 
   const std::vector<Pair> pairs = randomPairs(queries);
   // The warm run's cache is filled by the same pairs, and the polygons'
