@@ -1,5 +1,6 @@
-// A test fixture with the machine registry set up and one fresh machine, both
-// torn down afterwards; the test fails if memory blocks were left behind.
+// Test fixtures: the machine registry set up (RegistryTest), and with one
+// fresh machine besides (MachineTest), torn down afterwards; the test fails if
+// memory blocks were left behind.
 #pragma once
 
 #include <string>
@@ -9,17 +10,24 @@
 #include "vm/KX_VirtualMachine.h"
 #include "vm/VM_reportError.h"
 
-class MachineTest : public LiveBlockTest {
+class RegistryTest : public LiveBlockTest {
  protected:
   void SetUp() override {
     LiveBlockTest::SetUp();
     VM_init();
-    handle = VM_createVirtualMachine();
-    machine = static_cast<KX_VirtualMachine*>(handle);
   }
   void TearDown() override {
-    VM_exit();
+    VM_exit();  // deletes the machines a test left
     LiveBlockTest::TearDown();
+  }
+};
+
+class MachineTest : public RegistryTest {
+ protected:
+  void SetUp() override {
+    RegistryTest::SetUp();
+    handle = VM_createVirtualMachine();
+    machine = static_cast<KX_VirtualMachine*>(handle);
   }
   // The code and text of the last error the machine reported.
   static void expectLastError(int code, const std::string& text) {

@@ -18,22 +18,15 @@
 #include "fuzz/QV_FuzzSnapshot.h"
 #include "fuzz/QV_FuzzStateLayout.h"
 #include "support/LiveBlockGuard.h"
+#include "support/MachineTest.h"
 #include "vm/KX_VMWatch.h"
 
 namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-class FuzzSupport : public LiveBlockTest {
+class FuzzSupport : public RegistryTest {
  protected:
-  void SetUp() override {
-    LiveBlockTest::SetUp();
-    VM_init();
-  }
-  void TearDown() override {
-    VM_exit();
-    LiveBlockTest::TearDown();
-  }
 
   static KX_VirtualMachine& machineOf(void* handle) { return *static_cast<KX_VirtualMachine*>(handle); }
 

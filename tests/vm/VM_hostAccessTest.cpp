@@ -4,26 +4,17 @@
 #include <cstring>
 #include <string>
 
-#include "support/LiveBlockGuard.h"
+#include "support/MachineTest.h"
 #include "support/VMWordBuilder.h"
 
 namespace {
 
-class HostAccess : public LiveBlockTest {
+class HostAccess : public MachineTest {
  protected:
   void SetUp() override {
-    LiveBlockTest::SetUp();
-    VM_init();
-    handle = VM_createVirtualMachine();
-    machine = static_cast<KX_VirtualMachine*>(handle);
+    MachineTest::SetUp();
     vmw::sizeMemories(*machine, 20);
   }
-  void TearDown() override {
-    VM_exit();
-    LiveBlockTest::TearDown();
-  }
-  void* handle = nullptr;
-  KX_VirtualMachine* machine = nullptr;
 };
 
 TEST_F(HostAccess, RegistersAndCellsReadBackWhatWasSet) {

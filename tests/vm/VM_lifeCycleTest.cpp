@@ -3,21 +3,14 @@
 
 #include "qv_helper/qv_helper.h"
 #include "support/LiveBlockGuard.h"
+#include "support/MachineTest.h"
 #include "vm/KX_VMRegistry.h"
 #include "vm/VM_reportError.h"
 
 namespace {
 
-class MachineLifeCycle : public LiveBlockTest {
+class MachineLifeCycle : public RegistryTest {
  protected:
-  void SetUp() override {
-    LiveBlockTest::SetUp();
-    VM_init();
-  }
-  void TearDown() override {
-    VM_exit();
-    LiveBlockTest::TearDown();
-  }
   static KX_VirtualMachine* machineOf(void* handle) { return static_cast<KX_VirtualMachine*>(handle); }
 };
 
